@@ -1,0 +1,112 @@
+#!/usr/bin/python3
+"""Compares the image library's decoding with this machine's own djpeg.
+
+usage: run.py DECODE_BENCH_EXE [ROUNDS]
+
+Makes photograph-like pictures, decodes each by both in turn, and prints medians
+and their ratio. Times of one run belong together: on a shared machine the
+ratios say more than the milliseconds. djpeg is timed as a whole process and
+writes its pixels to nowhere; the library is timed within its process.
+Needs WINEPREFIX and DISPLAY, as tests/environment.sh provides.
+"""
+
+import pathlib
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+import numpy
+
+LOADS_A_ROUND = 3
+
+
+def octave(rng, height, width, cell):
+    """Smooth noise with features of about `cell` pixels."""
+    rows, columns = height // cell + 2, width // cell + 2
+    grid = rng.standard_normal((rows, columns)).astype(numpy.float32)
+    y = numpy.arange(height, dtype=numpy.float32) / cell
+    x = numpy.arange(width, dtype=numpy.float32) / cell
+    y0, x0 = y.astype(int), x.astype(int)
+    fy, fx = (y - y0)[:, None], (x - x0)[None, :]
+    upper = grid[y0][:, x0] * (1 - fx) + grid[y0][:, x0 + 1] * fx
+    lower = grid[y0 + 1][:, x0] * (1 - fx) + grid[y0 + 1][:, x0 + 1] * fx
+    return upper * (1 - fy) + lower * fy
+
+
+def photograph(width, height):
+    """Fractal clouds, hard edges and grain: a photograph as far as a codec cares."""
+    rng = numpy.random.default_rng(7)
+    light = sum(octave(rng, height, width, cell) * cell**0.5 for cell in (512, 128, 32, 8, 2))
+    tint = octave(rng, height, width, 256)
+    light += 20 * (octave(rng, height, width, 96) > 0.4)
+    light = 128 + 45 * light / light.std()
+    planes = [light + 18 * tint, light, light - 18 * tint]
+    grain = rng.standard_normal((height, width)).astype(numpy.float32) * 2
+    picture = numpy.stack([plane + grain for plane in planes], axis=-1)
+    return picture.clip(0, 255).astype(numpy.uint8)
+
+
+def write_ppm(path, picture):
+    height, width, _ = picture.shape
+    path.write_bytes(b"P6 %d %d 255\n" % (width, height) + picture.tobytes())
+
+
+def jpeg(ppm, target, *options):
+    subprocess.run(["cjpeg", *options, "-outfile", target, ppm], check=True)
+    return target
+
+
+def time_djpeg(path):
+    start = time.perf_counter()
+    subprocess.run(["djpeg", "-outfile", "/dev/null", path], check=True)
+    return (time.perf_counter() - start) * 1000
+
+
+def bench(exe, *arguments):
+    command = ["wine", exe, *map(str, arguments)]
+    output = subprocess.run(command, check=True, capture_output=True, text=True).stdout
+    return [float(line) for line in output.split()]
+
+
+def compare(exe, name, path, rounds):
+    native, library = [], []
+    for _ in range(rounds):
+        native += [time_djpeg(path) for _ in range(LOADS_A_ROUND)]
+        library += bench(exe, "load", path, LOADS_A_ROUND)
+    a, b = statistics.median(native), statistics.median(library)
+    megabytes = path.stat().st_size / 1e6
+    print(f"{name:<28} {megabytes:7.1f} {a:10.1f} {b:10.1f} {b / a:8.2f}", flush=True)
+
+
+def report(exe, name, rounds, *arguments):
+    times = bench(exe, *arguments[:2], rounds, *arguments[2:])
+    print(f"{name:<56} {statistics.median(times):8.2f}", flush=True)
+
+
+def main():
+    exe = sys.argv[1]
+    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 5
+    with tempfile.TemporaryDirectory() as folder:
+        folder = pathlib.Path(folder)
+        print(f"{'decoding, median ms':<28} {'MB':>7} {'djpeg':>10} {'library':>10} {'ratio':>8}")
+        for name, width, height in (("6 MP", 3000, 2000), ("24 MP", 6000, 4000)):
+            ppm = folder / f"{width}.ppm"
+            write_ppm(ppm, photograph(width, height))
+            for kind, *options in (
+                ("4:2:0", "-quality", "90"),
+                ("4:4:4", "-quality", "92", "-sample", "1x1"),
+                ("progressive", "-quality", "90", "-progressive"),
+            ):
+                path = jpeg(ppm, folder / f"{width}-{kind.replace(':', '')}.jpg", *options)
+                compare(exe, f"{name} {kind}", path, rounds)
+        print(f"\n{'scaling, median':<56} {'ms':>8}")
+        small, large = folder / "3000-420.jpg", folder / "6000-420.jpg"
+        report(exe, "Resize 3000x2000 -> 2816x1792", rounds, "resize", small, 2816, 1792)
+        report(exe, "Resize 6000x4000 -> 1536x768", rounds, "resize", large, 1536, 768)
+        report(exe, "Stretch 750x500 -> 256x256", 10 * rounds, "tile", small)
+
+
+if __name__ == "__main__":
+    main()

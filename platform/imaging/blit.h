@@ -1,0 +1,23 @@
+#pragma once
+// Pixels of ours into a device context.
+
+#include "base/win.h"
+
+#include <cstdint>
+
+namespace imaging {
+
+// Pixels as a Picture has them: `width` by `height` of them, the rows
+// `row_pixels` apart.
+struct PixelBlock {
+  const std::uint8_t* bits;
+  int width;
+  int height;
+  int row_pixels;
+};
+
+// Combines the block with what is at (x, y) of `hdc` by the raster operation
+// `rop`. False if GDI fails.
+bool Blit(HDC hdc, int x, int y, const PixelBlock& block, DWORD rop);
+
+}  // namespace imaging

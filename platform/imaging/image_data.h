@@ -1,0 +1,9 @@
+#pragma once
+// What stands behind the public BTCImageData.
+
+#include "imaging/BTNexgenIPL.h"
+#include "imaging/picture.h"
+
+struct BTCImageData::Pixels {
+  imaging::Picture picture;
+};

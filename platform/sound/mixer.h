@@ -1,0 +1,61 @@
+#pragma once
+// Adds up what the channels play. Knows no thread and no device. Portable.
+
+#include "sound/voice.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace sound {
+
+class Mixer {
+ public:
+  explicit Mixer(int channels) : channels_(static_cast<std::size_t>(channels)) {}
+
+  int Channels() const { return static_cast<int>(channels_.size()); }
+  bool IsChannel(int channel) const { return channel >= 0 && channel < Channels(); }
+  // A channel that plays nothing, or -1.
+  int FindFree() const;
+  bool IsFree(int channel) const { return At(channel).voice == nullptr; }
+
+  // Puts a voice on a free channel, which isn't paused then. It has to stay
+  // until it is taken off.
+  void Play(int channel, Voice& voice);
+  // Takes a voice off its channel; false if it was on none.
+  bool Stop(const Voice& voice);
+  void SetVolume(int channel, int volume) { At(channel).volume = volume; }
+  void SetPan(int channel, int pan) { At(channel).pan = pan; }
+  void SetPaused(int channel, bool paused) { At(channel).paused = paused; }
+
+  // Whether any channel has a voice, and whether one isn't paused.
+  bool HasVoices() const;
+  bool HasRunningVoices() const;
+
+  // Mixes up to `frames` frames of two channels into `to`; fewer if all voices
+  // end before. A voice that ended stays on its channel.
+  std::size_t Mix(std::int16_t* to, std::size_t frames);
+
+  // Takes the voices off whose last frame is among the first `heardFrames`
+  // ever mixed. Paused ones stay.
+  std::vector<Voice*> TakeFinished(std::int64_t heardFrames);
+  std::int64_t MixedFrames() const { return mixedFrames_; }
+
+ private:
+  struct Channel {
+    Voice* voice = nullptr;
+    int volume = 255;
+    int pan = -1;
+    bool paused = false;
+    std::int64_t endFrame = -1;  // where the voice ended; -1 while it goes on
+  };
+  Channel& At(int channel) { return channels_[static_cast<std::size_t>(channel)]; }
+  const Channel& At(int channel) const { return channels_[static_cast<std::size_t>(channel)]; }
+  std::size_t Add(Channel& channel, std::size_t frames);
+
+  std::vector<Channel> channels_;
+  std::int64_t mixedFrames_ = 0;
+  std::vector<float> sum_;
+  std::vector<float> one_;
+};
+
+}  // namespace sound

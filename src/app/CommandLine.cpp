@@ -1,0 +1,119 @@
+#include "app/CommandLine.h"
+
+#include "base/FindNoCase.h"
+#include "settings/Session.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <shellapi.h>
+
+namespace {
+
+const char* SkipBlanks(const char* text) {
+  while (*text == ' ' || *text == '\t') ++text;
+  return text;
+}
+
+// What follows the program's name, which is quoted if its path has blanks.
+const char* SkipProgramName(const char* line) {
+  const char* end = *line == '"' ? std::strchr(line + 1, '"') : std::strchr(line, ' ');
+  if (!end) return line + std::strlen(line);
+  return SkipBlanks(*end == '"' ? end + 1 : end);
+}
+
+// What follows a switch letter: "/p 123", "/p:123".
+const char* SwitchArgument(const char* text) {
+  while (*text == ' ' || *text == ':') ++text;
+  return text;
+}
+
+std::uint32_t WindowNumber(const char* text) {
+  return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+StartRequest::Command CommandIn(const char* text) {
+  if (FindNoCase(text, "uninstall")) return StartRequest::Command::Uninstall;
+  if (FindNoCase(text, "initialsecurity")) return StartRequest::Command::InitialSecurity;
+  return StartRequest::Command::None;
+}
+
+void ReadSwitch(const char* text, StartRequest& request) {
+  const char* argument = *text ? SwitchArgument(text + 1) : text;
+  switch (*text) {
+    case 'p': case 'P': case 'l': case 'L':
+      request.runMode = RUNMODE_PREVIEW;
+      request.parentNumber = WindowNumber(argument);
+      break;
+    case 's': case 'S':
+      request.runMode = RUNMODE_SAVER;
+      break;
+    case 'c': case 'C':
+      request.runMode = RUNMODE_CONFIG;
+      request.parentIsForeground = *argument == '\0';
+      request.parentNumber = WindowNumber(argument);
+      break;
+    case 'a': case 'A':
+      request.runMode = RUNMODE_PASSWORD;
+      request.parentNumber = WindowNumber(argument);
+      break;
+    case 'z': case 'Z':
+      request.installRequested = true;
+      break;
+    default:
+      request.command = CommandIn(text);
+      break;
+  }
+}
+
+std::wstring Wide(const char* text) {
+  const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+  std::wstring wide(length > 0 ? static_cast<std::size_t>(length) : 1, L'\0');
+  MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), length);
+  wide.resize(wide.size() - 1);
+  return wide;
+}
+
+std::string Narrow(const wchar_t* text) {
+  const int length = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+  std::string narrow(length > 0 ? static_cast<std::size_t>(length) : 1, '\0');
+  WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.data(), length, nullptr, nullptr);
+  narrow.resize(narrow.size() - 1);
+  return narrow;
+}
+
+}  // namespace
+
+StartRequest ParseCommandLine(const char* commandLine) {
+  StartRequest request;
+  const char* rest = SkipProgramName(commandLine);
+  if (!*rest) {
+    request.runMode = RUNMODE_CONFIG;
+    return request;
+  }
+  if (*rest == '-' || *rest == '/') ++rest;
+  ReadSwitch(rest, request);
+  request.hasDumpType = FindNoCase(commandLine, "/dumpType") != nullptr;
+  return request;
+}
+
+std::optional<std::string> GetCommandLineOption(const char* name) {
+  if (!name) return std::nullopt;
+  int count = 0;
+  wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (!arguments) return std::nullopt;
+  const std::wstring wanted = Wide(name);
+  std::optional<std::string> found;
+  for (int index = 0; index + 1 < count && !found; ++index)
+    if (FindNoCase(arguments[index], wanted.c_str())) found = Narrow(arguments[index + 1]);
+  LocalFree(arguments);
+  return found;
+}
+
+std::int32_t GetCommandLineInt(const char* name) {
+  const std::optional<std::string> text = GetCommandLineOption(name);
+  if (!text) return 0;
+  errno = 0;
+  const long value = std::strtol(text->c_str(), nullptr, 10);
+  return errno == 0 ? value : 0;
+}

@@ -1,0 +1,898 @@
+// The application core, in the order of a run:
+//
+//   Entry       WinMain: command line, folders, single instance, settings, log
+//   Session     DoSaver: display mode, windows, main loop, tear-down
+//   Set-up      initStates: bundle, show, fast-mode canvas, first picture
+//   Frame       RenderFrame: one turn of the main loop
+//   Tear-down   ShutdownSound, CleanUp
+//   Windows     the two window procedures and the exit rules
+//
+// The steps stand here; what they decide or compute by themselves stands in
+// the files beside this one. Only these steps touch the session's globals.
+
+#define LOG_SOURCE "Minimal"
+#include "app/Minimal.h"
+
+#include "app/AppDataFolders.h"
+#include "app/CommandLine.h"
+#include "app/ExitRules.h"
+#include "app/Instance.h"
+#include "app/Monitors.h"
+#include "app/OsVersion.h"
+#include "app/Paths.h"
+#include "app/Wallpaper.h"
+#include "base/Logger.h"
+#include "base/win_owned.h"
+#include "bundle/VFBundle.h"
+#include "graphics/cGameError.h"
+#include "settings/Session.h"
+#include "settings/Settings.h"
+#include "slideshow/FastRenderer.h"
+#include "slideshow/FrameRate.h"
+#include "slideshow/Slideshow.h"
+#include "slideshow/Wipes.h"
+#include "ui/ConfigDialog.h"
+#include "ui/OpenFileRecords.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <shellapi.h>
+#include <sstream>
+#include <string>
+
+VFBUNDLE* SlideBundle = nullptr;
+std::int32_t SlideMs = 0;
+
+namespace {
+
+constexpr char kSaverClass[] = "VelmoraSaver";
+constexpr char kChildClass[] = "VelmoraChildClass";
+constexpr char kWindowTitle[] = "Velmora 2";
+constexpr char kNoGoodImages[] = "Couldn't find any good images, quitting...";
+
+template <class... Values>
+std::string Text(const Values&... values) {
+  std::ostringstream text;
+  (text << ... << values);
+  return text.str();
+}
+
+}  // namespace
+
+// === Entry ==================================================================
+
+namespace {
+
+constexpr double kVersion = 1.0;
+constexpr DWORD kInstallPauseMs = 1200;
+constexpr char kCriticalErrorText[] =
+    "The screensaver recently encountered an error while initializing.\n"
+    "The problem might be easily solved by selecting \"Run in fast mode\"\n"
+    "on the settings screen.  It is recommended that you try this mode\n"
+    "if you continue to have problems.\n\n"
+    "We're sorry for the inconvenience.";
+
+// Gives the user's data folder its place and its open security, for an
+// installer with full rights.
+void PrepareDataFolder() {
+  BuildUserDataPath();
+  EnsureUserDataFolder();
+}
+
+// Runs a command that does its work before anything else starts. True if there
+// was one: the program then ends.
+bool RanCommand(StartRequest::Command command) {
+  switch (command) {
+    case StartRequest::Command::Uninstall:
+      RemoveAppDataFolders((std::string(kMachineKey) + kAppDataSubKey).c_str());
+      return true;
+    case StartRequest::Command::InitialSecurity:
+      PrepareDataFolder();
+      return true;
+    default:
+      return false;
+  }
+}
+
+void TakeRequest(const StartRequest& request) {
+  RunMode = request.runMode;
+  ParentWindow = request.parentIsForeground
+                     ? GetForegroundWindow()
+                     : reinterpret_cast<HWND>(static_cast<std::uintptr_t>(request.parentNumber));
+  if (request.hasDumpType) DumpType = GetCommandLineInt("dumpType");
+  if (DumpType == -1) DumpType = 0;
+}
+
+// Started as an ordinary program it shows the dialog, whatever the switch said.
+void FindPaths() {
+  const bool startedAsExe = BuildProgramPaths();
+  BuildUserDataPath();
+  EnsureUserDataFolder();
+  if (startedAsExe) RunMode = RUNMODE_CONFIG;
+  BuildUserFilePaths();
+}
+
+// False if another saver runs on: this process ends without a word.
+bool EnterSingleInstance() {
+  if (RunMode != RUNMODE_PREVIEW && RunMode != RUNMODE_CONFIG) return AcquireSaverInstance();
+  WaitForSaverExit();
+  return true;
+}
+
+// The flags stand while a run is under way: a start that finds them set knows
+// that the last run didn't reach its end.
+void LoadSettings() {
+  ss = new SaverSettings;
+  ss->ReadGeneralRegistry();
+  ss->ReadRegistry();
+  SetCrashFlag(0);
+  SetDoChecksum(0);
+  SetCriticalError(0);
+  if (RunMode == RUNMODE_PREVIEW || RunMode == RUNMODE_CONFIG) return;
+  SetCrashFlag(1);
+  SetDoChecksum(1);
+}
+
+void StartLog() {
+  if (!ss->DebugLog) return;
+  gLogger = new Logger(AppDataPath + "VelmoraLog.txt");
+  LOG_INFO("Velmora 2 started.");
+  LOG_INFO(Text("Version: ", kVersion));
+}
+
+void LogSystem() {
+  OsVersionCode = GetOSVersionCode();
+  LOG_INFO(Text("OS is ", OSVersionNames[OsVersionCode]));
+  LOG_INFO(Text("Path: ", ModulePath));
+  LOG_INFO(Text("AppData Path: ", AppDataPath));
+}
+
+void RunInstall() {
+  InstallSaver(ModulePath);
+  Sleep(kInstallPauseMs);
+  RestartAsConfig(ParentWindow, ModulePath);
+  delete ss;
+  ss = nullptr;
+  ReleaseMutex(InstanceMutex);
+}
+
+void RunConfiguration() {
+  LOG_INFO("In config mode...Initializing dialog structures.");
+  PrepareOpenFileRecords(ParentWindow);
+  LOG_INFO("Opening dialog box");
+  DialogBoxParamA(InstanceHandle, MAKEINTRESOURCEA(kConfigDialogId), ParentWindow,
+                  ConfigDialogProc, 0);
+}
+
+void RunChosenMode(int show) {
+  switch (RunMode) {
+    case RUNMODE_PASSWORD:
+      ChangePassword(ParentWindow);
+      break;
+    case RUNMODE_CONFIG:
+      RunConfiguration();
+      break;
+    case RUNMODE_PREVIEW:
+      LOG_INFO("Running in Preview mode.");
+      DoSaver(ParentWindow, show);
+      break;
+    case RUNMODE_SAVER:
+      LOG_INFO("Running in normal Screensaver mode.");
+      DoSaver(ParentWindow, show);
+      WriteSettingsText("AvgFps", Text(AverageFps));
+      break;
+    default:
+      break;
+  }
+}
+
+void ShowCriticalError() {
+  if (ss->CriticalError == 0) return;
+  MessageBoxA(GetFocus(), kCriticalErrorText, "Error initializing", MB_SETFOREGROUND);
+  LOG_INFO("Showing critical error dialog");
+  SetCriticalError(0);
+}
+
+void CloseLog() {
+  if (RunMode == RUNMODE_SAVER) {
+    LOG_INFO(Text("Average FPS: ", AverageFps));
+    LOG_INFO("Exiting screensaver.");
+  } else {
+    LOG_INFO("Exiting configuration");
+  }
+  LOG_INFO("Successfully exiting WinMain");
+  delete gLogger;
+  gLogger = nullptr;
+}
+
+void EndRun() {
+  ShowCriticalError();
+  SetCrashFlag(0);
+  SetDoChecksum(0);
+  delete ss;
+  ss = nullptr;
+  CloseLog();
+  ReleaseMutex(InstanceMutex);
+}
+
+}  // namespace
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
+  InstanceHandle = instance;
+  const StartRequest request = ParseCommandLine(GetCommandLineA());
+  if (RanCommand(request.command)) return 0;
+  TakeRequest(request);
+  FindPaths();
+  if (!EnterSingleInstance()) return 0;
+  LoadSettings();
+  StartLog();
+  if (request.installRequested) {
+    RunInstall();
+    return 0;
+  }
+  LogSystem();
+  RunChosenMode(show);
+  EndRun();
+  return 0;
+}
+
+void ChangePassword(HWND parent) {
+  const Library library(LoadLibraryA("MPR.DLL"));
+  if (!library) return;
+  const auto change = ProcAddress<DWORD(WINAPI*)(LPCSTR, HWND, DWORD, void*)>(
+      library.get(), "PwdChangePasswordA");
+  if (change) change("SCRSAVE", parent, 0, nullptr);
+}
+
+void InstallSaver(const char* path) {
+  const std::string arguments = std::string("desk.cpl, InstallScreenSaver ") + path;
+  ShellExecuteA(nullptr, nullptr, "rundll32.exe", arguments.c_str(), nullptr, SW_SHOWNORMAL);
+}
+
+// The dialog of the new process takes the foreground window as its parent.
+void RestartAsConfig(HWND, const char* path) {
+  std::string commandLine = Text("\"", path, "\" /c");
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  CreateProcessA(path, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                 &process);
+}
+
+// === Session ================================================================
+
+namespace {
+
+constexpr char kModeNotSupported[] =
+    "The Requested Display Mode Is Not Supported By\nYour Video Card.";
+constexpr DWORD kFrameSleepMs = 5;  // leaves processor time to background threads
+
+DEVMODEA EmptyMode() {
+  DEVMODEA mode{};
+  static_assert(sizeof mode == 156);
+  mode.dmSize = sizeof mode;
+  return mode;
+}
+
+// A box that falls in a session: losing the activation to it doesn't close the
+// saver.
+void ShowSessionError(const char* text, const char* title) {
+  ss->SuppressActivateClose = 1;
+  MessageBoxA(ss->hWnd, text, title, MB_OK);
+}
+
+bool RegisterSessionClass(const char* name, WNDPROC procedure, HBRUSH background) {
+  WNDCLASSA windowClass{};
+  windowClass.style = CS_HREDRAW | CS_VREDRAW;
+  windowClass.lpfnWndProc = procedure;
+  windowClass.hInstance = InstanceHandle;
+  windowClass.hbrBackground = background;
+  windowClass.lpszClassName = name;
+  return RegisterClassA(&windowClass) != 0;
+}
+
+void UnregisterSessionClasses() {
+  UnregisterClassA(kSaverClass, InstanceHandle);
+  UnregisterClassA(kChildClass, InstanceHandle);
+}
+
+HWND CreateSaverWindow(DWORD extendedStyle, DWORD style, HWND parent) {
+  return CreateWindowExA(extendedStyle, kSaverClass, kWindowTitle, style, 0, 0, ScreenWidth,
+                         ScreenHeight, parent, nullptr, InstanceHandle, nullptr);
+}
+
+// Always silent, without captions, on the GDI path, and without a trace left
+// on the desktop.
+void OpenPreviewWindow(HWND hparwnd) {
+  ModeChanged = false;
+  ss->PlayMusic = 0;
+  ss->SetAsWallpaper = 0;
+  ss->ShowCaptions = 0;
+  ss->FastMode = 1;
+  RECT client{};
+  GetClientRect(hparwnd, &client);
+  ScreenWidth = client.right - client.left;
+  ScreenHeight = client.bottom - client.top;
+  LOG_INFO("Creating preview window via CreateWindow()");
+  hScrWindow = CreateSaverWindow(0, WS_CHILD | WS_VISIBLE, hparwnd);
+}
+
+void LogSettings(const DEVMODEA& current, const std::string& requested) {
+  if (!gLogger) return;
+  LOG_BLOCK("currentMode settings:");
+  LOG_INFO(Text("DeviceName: ", reinterpret_cast<const char*>(current.dmDeviceName)));
+  LOG_INFO(Text("Driver version: ", current.dmDriverVersion));
+  LOG_INFO(Text("BitsPerPel: ", current.dmBitsPerPel));
+  LOG_INFO(Text("Resolution: ", current.dmPelsWidth, "x", current.dmPelsHeight));
+  LOG_INFO(Text("Freq: ", current.dmDisplayFrequency, "Hz"));
+  LOG_INFO("Requested mode:");
+  LOG_INFO(ss->DispModeWidth == 0 ? "NO CHANGE" : requested);
+  LOG_BLOCK("Screensaver settings:");
+  LOG_INFO(Text("Fast mode: ", ss->FastMode));
+  LOG_INFO(Text("Play Music: ", ss->PlayMusic));
+  LOG_INFO(Text("Custom Music: ", ss->CustomMusic));
+  LOG_INFO(Text("Default Music: ", ss->DefaultMusic));
+  LOG_INFO(Text("Shuffle playlist: ", ss->ShuffleMusic));
+  LOG_INFO(Text("Set as wallpaper: ", ss->SetAsWallpaper));
+  LOG_INFO(Text("Random images: ", ss->RandomOrder));
+  LOG_INFO(Text("Animate: ", ss->Animate));
+  LOG_INFO(Text("Crossfade: ", ss->Crossfade));
+  LOG_INFO(Text("Cram images: ", ss->CramImages));
+  LOG_INFO(Text("Image cram size: ", ss->CramSize));
+  LOG_INFO(Text("Mipmap: ", ss->MipMap));
+}
+
+ScreenMode ModeOf(const DEVMODEA& mode) {
+  return {static_cast<std::int32_t>(mode.dmPelsWidth), static_cast<std::int32_t>(mode.dmPelsHeight),
+          static_cast<std::int32_t>(mode.dmBitsPerPel)};
+}
+
+// A desktop of 24 bits has to change, since no card draws at that depth.
+bool MustChangeMode(const ScreenMode& current) {
+  if (current.bits == 24) return true;
+  return ss->DispModeWidth > 0 &&
+         (RequestedMode.width != current.width || RequestedMode.height != current.height ||
+          RequestedMode.bits != current.bits);
+}
+
+bool ChangeMode() {
+  ModeChanged = true;
+  DEVMODEA mode = EmptyMode();
+  mode.dmFields = DM_PELSWIDTH | DM_PELSHEIGHT | DM_BITSPERPEL;
+  mode.dmPelsWidth = static_cast<DWORD>(RequestedMode.width);
+  mode.dmPelsHeight = static_cast<DWORD>(RequestedMode.height);
+  mode.dmBitsPerPel = static_cast<DWORD>(RequestedMode.bits);
+  LOG_INFO("Calling ChangeDisplaySettings()");
+  return ChangeDisplaySettingsA(&mode, CDS_FULLSCREEN) == DISP_CHANGE_SUCCESSFUL;
+}
+
+void OpenChildWindows() {
+  RegisterSessionClass(kChildClass, ChildWindowProc,
+                       static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
+  if (!ss->BlankAllScreens) return;
+  ChildWindows.EnumerateMonitors();
+  ChildWindows.CreateChildWindows(hScrWindow, InstanceHandle, kChildClass,
+                                  "Velmora Multimonitor window");
+  LOG_INFO(Text("Num Monitors: ", ChildWindows.Count()));
+  ChildWindows.AdjustChildWindows();
+  LOG_INFO("AdjustChildWindows() successful");
+}
+
+// False if the display mode can't be had.
+bool OpenFullScreenWindow(const std::string& requested) {
+  DEVMODEA current = EmptyMode();
+  EnumDisplaySettingsA(nullptr, ENUM_CURRENT_SETTINGS, &current);
+  DesktopMode = ModeOf(current);
+  if (ss->DispModeWidth == 0) {
+    RequestedMode = DesktopMode;
+    if (RequestedMode.bits == 24) RequestedMode.bits = 16;
+  }
+  LogSettings(current, requested);
+  if (MustChangeMode(DesktopMode) && !ChangeMode()) {
+    ShowSessionError(kModeNotSupported, "Error");
+    LOG_ERROR("Call to ChangeDisplaySettings() failed.");
+    return false;
+  }
+  ScreenWidth = GetSystemMetrics(SM_CXSCREEN);
+  ScreenHeight = GetSystemMetrics(SM_CYSCREEN);
+  LOG_INFO("Calling CreateWindow()");
+  hScrWindow = CreateSaverWindow(WS_EX_TOPMOST, WS_POPUP | WS_VISIBLE, nullptr);
+  OpenChildWindows();
+  return true;
+}
+
+// Tells the system that a saver is running, so that it doesn't start another.
+void AnnounceSaver(bool running) {
+  UINT old = 0;
+  if (RunMode == RUNMODE_SAVER)
+    SystemParametersInfoA(SPI_SETSCREENSAVERRUNNING, running, &old, 0);
+}
+
+// Undoes a set-up that failed half way. The saver window itself goes with the
+// process.
+void AbandonSession(HWND hparwnd, const char* boxText) {
+  SetCriticalError(1);
+  ReleaseDC(hScrWindow, hDC);
+  DestroyWindow(hparwnd);
+  ChildWindows.DestroyChildWindows();
+  UnregisterSessionClasses();
+  if (ModeChanged) {
+    LOG_INFO("Changing back to original display settings...");
+    LOG_INFO("Calling ChangeDisplaySettings()");
+    ChangeDisplaySettingsA(nullptr, 0);
+  }
+  if (RunMode == RUNMODE_SAVER) LOG_INFO("Calling SystemParametersInfo()");
+  AnnounceSaver(false);
+  ShowSessionError(boxText, "ERROR");
+}
+
+// Registers, opens and builds all that the main loop needs. False if the
+// session is over already.
+bool SetUpSession(HWND hparwnd, int show) {
+  LOG_FUNCTION("DoSaver()");
+  Done = false;
+  if (!RegisterSessionClass(kSaverClass, ScreenSaverProc, nullptr)) {
+    ShowSessionError("RegisterClass() failed:  Cannot register window class.", "Error");
+    LOG_ERROR("RegisterClass() failed!");
+    return false;
+  }
+  RequestedMode = {ss->DispModeWidth, ss->DispModeHeight, ss->DispModeBits};
+  const std::string requested =
+      Text(RequestedMode.width, "x", RequestedMode.height, "x", RequestedMode.bits);
+  if (RunMode == RUNMODE_PREVIEW)
+    OpenPreviewWindow(hparwnd);
+  else if (!OpenFullScreenWindow(requested))
+    return false;
+  if (!hScrWindow) {
+    LOG_ERROR("Call to CreateWindow() failed!");
+    SetCriticalError(1);
+    return false;
+  }
+  AnnounceSaver(true);
+  hDC = GetDC(hScrWindow);
+  if (!initStates(ScreenWidth, ScreenHeight)) {
+    LOG_ERROR("initStates() failed!");
+    AbandonSession(hparwnd, "Problem encountered in initStates().");
+    return false;
+  }
+  LOG_INFO("Running in fast mode");
+  LOG_INFO("Showing window via ShowWindow()");
+  ChildWindows.ShowChildWindows(show);
+  ShowWindow(hScrWindow, show);
+  Transition(0, 0);
+  return true;
+}
+
+// Whatever the mouse did and the clock ran during the set-up doesn't count.
+void StartCounting() {
+  GetCursorPos(&ss->InitCursorPos);
+  ss->SaverActive = 1;
+  FrameTimer.ElapsedMs();
+  SetCrashFlag(0);
+}
+
+void RenderGuardedFrame() {
+  try {
+    RenderFrame();
+  } catch (const cGameError& error) {
+    LOG_ERROR(error.Text());
+    Done = true;
+    SetCriticalError(2);
+  }
+}
+
+// Handles one waiting message; false if there was none.
+bool HandledMessage() {
+  MSG message;
+  if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
+  if (message.message == WM_QUIT) {
+    Done = true;
+    return true;
+  }
+  TranslateMessage(&message);
+  DispatchMessageA(&message);
+  return true;
+}
+
+// The queue is always drained before the next frame. There is no target frame
+// rate: motion follows the measured time.
+void RunMainLoop() {
+  LOG_INFO("Entering main loop...");
+  while (!Done) {
+    if (HandledMessage()) continue;
+    RenderGuardedFrame();
+    Sleep(kFrameSleepMs);
+  }
+  LOG_INFO("Exited main loop.");
+}
+
+// A crash in here shows at the next start: the flag stands meanwhile.
+void TearDownSession(HWND hparwnd) {
+  if (RunMode != RUNMODE_PREVIEW && RunMode != RUNMODE_CONFIG) SetCrashFlag(1);
+  LOG_INFO("ReleaseDC(hScrWindow,hDC)");
+  ReleaseDC(hScrWindow, hDC);
+  if (ModeChanged) {
+    LOG_INFO("Changing back display settings");
+    LOG_INFO("ChangeDisplaySettings(NULL,0)");
+    ChangeDisplaySettingsA(nullptr, 0);
+  }
+  if (RunMode == RUNMODE_SAVER) LOG_INFO("SystemParametersInfo()");
+  AnnounceSaver(false);
+  LOG_INFO("Hiding child windows, if any");
+  ShowWindow(ParentWindow, SW_HIDE);
+  ChildWindows.ShowChildWindows(SW_HIDE);
+  ShutdownSound();
+  CleanUp();
+  LOG_INFO("DestroyWindow(hparwnd)");
+  DestroyWindow(hparwnd);
+  ChildWindows.DestroyChildWindows();
+  SetCrashFlag(0);
+  LOG_INFO("UnregisterClass()");
+  UnregisterSessionClasses();
+}
+
+}  // namespace
+
+void DoSaver(HWND hparwnd, int show) {
+  if (!SetUpSession(hparwnd, show)) return;
+  StartCounting();
+  RunMainLoop();
+  TearDownSession(hparwnd);
+}
+
+void CloseSaver() {
+  ss->CloseLatched = 1;
+  ss->CloseRequested = 1;
+  PostMessageA(ss->hWnd, WM_CLOSE, 0, 0);
+}
+
+// === Set-up =================================================================
+
+namespace {
+
+constexpr int kWipeMs = 1500;
+constexpr std::int32_t kShufflePasses = 50;
+constexpr std::int32_t kDefaultTextureSize = 256;
+
+// Smoothed text where the system is known to draw it well.
+int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }
+
+bool OpenSlideBundle() {
+  SlideBundle = new VFBUNDLE;
+  if (SlideBundle->Open(BundlePath.c_str())) return true;
+  ShowSessionError("Could not open slide bundle!", "ERROR");
+  LOG_ERROR("Could not open the image bundle!");
+  return false;
+}
+
+void CreateSlideshow(int width, int height) {
+  gSlideshow = new Slideshow;
+  Slideshow& show = *gSlideshow;
+  show.SetAnimate(ss->Animate != 0);
+  show.SetCrossfade(ss->Crossfade != 0);
+  show.SetMipMap(ss->MipMap != 0);
+  show.SetShowCaptions(ss->ShowCaptions != 0);
+  show.SetCaptionQuality(CaptionQuality());
+  show.SetCaptionFontName(ss->CaptionFont);
+  show.SetCaptionFontSize(ss->CaptionFontSize);
+  show.SetCaptionBold(ss->CaptionBold != 0);
+  show.SetCaptionItalic(ss->CaptionItalic != 0);
+  show.SetCaptionOrientation(ss->CaptionOrientation);
+  show.SetShufflePasses(kShufflePasses);
+  show.SetRandomOrder(ss->RandomOrder != 0);
+  show.SetImageDelay(static_cast<std::int32_t>(ss->ImageDelay * 1000.0));
+  const double aspect = 2.0 * height / width;
+  show.SetEdges(static_cast<float>(aspect * 0.5), static_cast<float>(aspect * -0.5));
+  show.SetMaxTextureSize(kDefaultTextureSize);
+  show.SetDisplayBits(RequestedMode.bits);
+  show.LoadBundle(BundlePath.c_str());
+  show.SetTileTextures(true);
+  show.SetCramImages(ss->CramImages != 0);
+  show.SetCramSize(ss->CramSize);
+  show.SetZoomRate(static_cast<float>((8.0 / ss->ImageDelay) * 0.0003));
+  show.SetRoundUp(false);
+}
+
+PlaylistElement* SlideUnderCursor() {
+  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
+  return list.cursor ? list.Current() : nullptr;
+}
+
+// One slide on, from the last to the first. Fast mode keeps the order of its
+// first shuffle.
+void StepSlide() {
+  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
+  if (!list.cursor || !list.Next()) list.First();
+}
+
+bool LoadSlideUnderCursor() { return LoadSlideImage(SlideUnderCursor(), FastImage); }
+
+// Steps on until a picture loads; false if all have been tried.
+bool StepToGoodSlide() {
+  const std::int32_t count = gSlideshow->GetPlaylist().Count();
+  for (std::int32_t tried = 0; tried < count; ++tried) {
+    StepSlide();
+    if (LoadSlideUnderCursor()) return true;
+  }
+  return false;
+}
+
+bool FindFirstGoodSlide() {
+  if (LoadSlideUnderCursor() || StepToGoodSlide()) return true;
+  LOG_ERROR(kNoGoodImages);
+  CloseSaver();
+  return false;
+}
+
+void GiveUpForWantOfImages() {
+  LOG_ERROR(kNoGoodImages);
+  SetCriticalError(1);
+  CloseSaver();
+}
+
+void PrepareCaptions() {
+  if (ss->ShowCaptions && !CreateCaptionFont(CaptionQuality()))
+    LOG_ERROR("Unable to create caption font!");
+}
+
+// The prepared picture, with its caption, comes to the screen.
+void ShowPreparedSlide() {
+  ClearFastCanvas();
+  DrawFastImage();
+  if (const PlaylistElement* slide = SlideUnderCursor(); slide && ss->ShowCaptions)
+    DrawFastCaption(gSlideshow->GetCaptionFor(slide->file).text);
+  Transition(std::rand() % kWipeCount + 1, kWipeMs);
+}
+
+void RepeatOnOtherMonitors() {
+  ChildWindows.CopyToMonitors(hDC, RequestedMode.width, RequestedMode.height);
+}
+
+void StartFastShow(int width, int height) {
+  CreateFastContexts(width, height);
+  PrepareCaptions();
+  const bool found = FindFirstGoodSlide();
+  ShowPreparedSlide();
+  RepeatOnOtherMonitors();
+  // The picture just shown is the last to be tried again, so one is found.
+  if (found)
+    StepToGoodSlide();
+  else
+    GiveUpForWantOfImages();
+}
+
+}  // namespace
+
+bool initStates(int width, int height) {
+  LOG_FUNCTION("initStates");
+  std::srand(static_cast<unsigned>(std::time(nullptr)));
+  if (!OpenSlideBundle()) return false;
+  // Fast mode is the one road to the screen that this version has.
+  if (!ss->FastMode) return false;
+  CreateSlideshow(width, height);
+  StartFastShow(width, height);
+  return true;
+}
+
+// === Frame ==================================================================
+
+namespace {
+
+// The picture stands for its delay; then the prepared one comes with a random
+// wipe, and the next good one is decoded while it stands.
+void RunFastStep() {
+  SlideMs += static_cast<std::int32_t>(FrameMs);
+  WaitMs(1.0f);
+  if (SlideMs < ss->ImageDelay * 1000.0) return;
+  ShowPreparedSlide();
+  FrameTimer.ElapsedMs();
+  RepeatOnOtherMonitors();
+  SlideMs = 0;
+  if (!StepToGoodSlide()) GiveUpForWantOfImages();
+}
+
+}  // namespace
+
+void RenderFrame() {
+  FrameMs = FrameTimer.ElapsedMsExact();
+  CountFrame(FrameMs);
+  RunFastStep();
+}
+
+// === Tear-down ==============================================================
+
+void ShutdownSound() {
+  LOG_FUNCTION("ShutdownSound()");
+  ss->PlayMusic = 0;
+  LOG_INFO("Successfully exiting ShutdownSound()");
+}
+
+void CleanUp() {
+  LOG_FUNCTION("CleanUp()");
+  if (ss->SetAsWallpaper && gSlideshow) HandOverWallpaper(*gSlideshow);
+  LOG_INFO("Deleting slideshow object");
+  delete gSlideshow;
+  gSlideshow = nullptr;
+  LOG_INFO("Deleting fast mode device contexts");
+  DeleteFastContexts();
+  LOG_INFO("Deleting slide bundles");
+  delete SlideBundle;
+  SlideBundle = nullptr;
+  // The catalogue went with the show that owned it.
+  LOG_INFO("Deleting dimension list");
+  LOG_INFO("Successfully exiting CleanUp()");
+}
+
+// === Windows ================================================================
+
+namespace {
+
+bool QuitPosted = false;  // by the destruction of the present saver window
+
+bool ExitRulesApply() { return RunMode == RUNMODE_SAVER && !ss->DialogActive; }
+
+void OnMouseMove() {
+  if (!ExitRulesApply() || !ss->SaverActive) return;
+  POINT cursor{};
+  GetCursorPos(&cursor);
+  if (!MouseLeftThreshold(cursor, ss->InitCursorPos, ss->MouseThreshold)) return;
+  LOG_INFO("Mouse moved -- Quitting screensaver");
+  CloseSaver();
+}
+
+// Keys, and mouse buttons with their mask.
+void OnKey(WPARAM key) {
+  if (ActionOfKey(key) != KeyAction::EndSaver || !ExitRulesApply()) return;
+  LOG_INFO("Key pressed -- Quitting screensaver");
+  CloseSaver();
+}
+
+// An ordinary saver run has no parent, so losing the focus alone doesn't end
+// it.
+void OnActivation(HWND window, WPARAM wParam) {
+  const bool deactivated = LOWORD(wParam) == 0;
+  if (!ExitRulesApply() || !deactivated || ss->SuppressActivateClose || window != ParentWindow)
+    return;
+  LOG_INFO("Closing due to WM_ACTIVATE");
+  CloseSaver();
+}
+
+void OnSetCursor() {
+  SetCursor(ExitRulesApply() ? nullptr : LoadCursorA(nullptr, IDC_ARROW));
+}
+
+bool MayClose(HWND window) {
+  if (!PasswordIsDue(GetTickCount(), ss->InitTime, ss->PasswordDelay)) return true;
+  LOG_INFO("WM_CLOSE: GetTickCount() - ss->InitTime > 1000*ss->PasswordDelay");
+  BeginDialog();
+  const bool verified = VerifyPassword(window);
+  EndDialog();
+  return verified;
+}
+
+// Only a close that one of the rules asked for counts.
+void OnClose(HWND window) {
+  if (!ss->CloseRequested || ss->DialogActive) return;
+  LOG_INFO("WM_CLOSE: Checking PasswordDelay");
+  if (!MayClose(window)) return;
+  LOG_INFO("WM_CLOSE: CanClose == true, Calling DestroyWindow()");
+  DestroyWindow(window);
+}
+
+void OnCreate(HWND window) {
+  QuitPosted = false;
+  ss->hWnd = window;
+  GetCursorPos(&ss->InitCursorPos);
+  ss->InitTime = GetTickCount();
+}
+
+void OnDestroy(HWND window) {
+  if (ss->TimerId != 0) {
+    LOG_INFO("Killing timer");
+    KillTimer(window, ss->TimerId);
+  }
+  ss->TimerId = 0;
+  LOG_INFO("PostQuitMessage(0)");
+  PostQuitMessage(0);
+  QuitPosted = true;
+}
+
+// A preview whose host process dies may lose its window without a WM_DESTROY;
+// it must end all the same.
+void OnLastMessage(HWND window) {
+  if (!QuitPosted) OnDestroy(window);
+}
+
+void RedrawWhenShown(HWND window) {
+  if (window == ParentWindow) return;
+  RECT rect{};
+  GetWindowRect(window, &rect);
+  InvalidateRect(window, &rect, TRUE);
+}
+
+void PaintBlack(HWND window) {
+  PAINTSTRUCT paint;
+  const HDC dc = BeginPaint(window, &paint);
+  FillRect(dc, &paint.rcPaint, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
+  EndPaint(window, &paint);
+}
+
+}  // namespace
+
+LRESULT CALLBACK ScreenSaverProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      OnCreate(window);
+      return 0;
+    case WM_DESTROY:
+      OnDestroy(window);
+      break;
+    case WM_NCDESTROY:
+      OnLastMessage(window);
+      break;
+    case WM_ACTIVATE:
+    case WM_ACTIVATEAPP:
+    case WM_NCACTIVATE:
+      OnActivation(window, wParam);
+      break;
+    case WM_CLOSE:
+      if (RunMode != RUNMODE_SAVER) break;
+      OnClose(window);
+      return 0;
+    case WM_SHOWWINDOW:
+      RedrawWhenShown(window);
+      break;
+    case WM_SETCURSOR:
+      OnSetCursor();
+      break;
+    case WM_SYSCOMMAND:
+      if (RunMode == RUNMODE_SAVER && IsSwallowedSystemCommand(wParam)) return 0;
+      break;
+    case WM_MOUSEMOVE:
+      OnMouseMove();
+      break;
+    case WM_KEYDOWN:
+    case WM_LBUTTONDOWN:
+    case WM_RBUTTONDOWN:
+    case WM_MBUTTONDOWN:
+      OnKey(wParam);
+      break;
+    default:
+      break;
+  }
+  return DefWindowProcA(window, message, wParam, lParam);
+}
+
+LRESULT CALLBACK ChildWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      return 0;
+    case WM_PAINT:
+      PaintBlack(window);
+      return 0;
+    case WM_SETCURSOR:
+      OnSetCursor();
+      break;
+    case WM_KEYDOWN:
+      OnKey(wParam);
+      break;
+    case WM_MOUSEMOVE:
+      OnMouseMove();
+      break;
+    default:
+      break;
+  }
+  return DefWindowProcA(window, message, wParam, lParam);
+}
+
+void BeginDialog() {
+  ss->DialogActive = 1;
+  SendMessageA(ss->hWnd, WM_SETCURSOR, 0, 0);
+}
+
+void EndDialog() {
+  ss->DialogActive = 0;
+  SendMessageA(ss->hWnd, WM_SETCURSOR, 0, 0);
+  GetCursorPos(&ss->InitCursorPos);
+}

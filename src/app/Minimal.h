@@ -1,0 +1,56 @@
+#pragma once
+// The application core: the entry point, the saver session, its two window
+// procedures, and the frame step. Minimal.cpp is one run of the program, to be
+// read from top to bottom. All of it runs on the main thread.
+
+#include "base/win.h"
+
+#include <cstdint>
+
+class VFBUNDLE;
+
+// The opened images.bdl: from initStates to CleanUp.
+extern VFBUNDLE* SlideBundle;
+
+// Milliseconds since the end of the last wipe; fast mode only.
+extern std::int32_t SlideMs;
+
+// --- Entry ---
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR commandLine, int show);
+
+// The system's dialog for the saver's password; nothing where it is missing.
+void ChangePassword(HWND parent);
+// Has the system's control panel take the program `path` as its saver.
+void InstallSaver(const char* path);
+// Starts the program `path` anew with its configuration dialog.
+void RestartAsConfig(HWND parent, const char* path);
+
+// --- Session ---
+
+// The whole life of a saver run, full-screen or, in preview mode, as a child
+// of `hparwnd`. `show` is what WinMain was given. How it went stands in
+// CriticalError of the settings.
+void DoSaver(HWND hparwnd, int show);
+
+// The one way to end the saver, from anywhere: posts the close that the window
+// procedure then acts on.
+void CloseSaver();
+
+// Builds the content objects for a screen of that size, px, and in fast mode
+// shows the first picture. False ends the session with a box.
+bool initStates(int width, int height);
+// One turn of the main loop.
+void RenderFrame();
+void ShutdownSound();
+// Takes down, in order: wallpaper, show, device contexts, bundle.
+void CleanUp();
+
+// --- Windows ---
+
+LRESULT CALLBACK ScreenSaverProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT CALLBACK ChildWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+// Around the password dialog: exit rules are off and the arrow cursor is back.
+void BeginDialog();
+void EndDialog();

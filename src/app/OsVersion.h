@@ -1,0 +1,18 @@
+#pragma once
+// Which Windows this is, as a small code that the rest compares with.
+
+#include <cstdint>
+
+// Names by code, as the log shows them.
+extern const char* const OSVersionNames[11];
+
+// 0 to 10, an index into OSVersionNames; 6 and above are Windows 2000 and
+// later. Whatever is newer than the table counts as 10, "Unknown".
+std::int32_t GetOSVersionCode();
+
+// The same from the numbers of a version record.
+std::int32_t ClassifyOSVersion(std::uint32_t platform, std::uint32_t major, std::uint32_t minor);
+
+// True for Windows 2000 and later. For the false answer `isPlainWin95`, if
+// given, tells whether the minor version is 0.
+bool IsWindowsNT5OrLater(bool* isPlainWin95 = nullptr);

@@ -1,0 +1,60 @@
+#include "app/Paths.h"
+
+#include "app/AppDataFolders.h"
+#include "base/FileUtilities.h"
+#include "base/FindNoCase.h"
+#include "settings/Session.h"
+#include "settings/Settings.h"
+
+#include <shlobj.h>
+
+namespace {
+
+constexpr char kMakerFolder[] = "\\Tarnwick";
+constexpr char kProductFolder[] = "\\Tarnwick\\Velmora2\\";
+
+// The user's application data folder, created if need be; empty on failure.
+std::string ApplicationDataFolder(HWND owner) {
+  char folder[MAX_PATH + 1] = "";
+  SHGetSpecialFolderPathA(owner, folder, CSIDL_APPDATA, TRUE);
+  return folder;
+}
+
+std::string LoginName() {
+  char name[257] = "";
+  DWORD size = sizeof name;
+  return GetUserNameA(name, &size) ? name : "";
+}
+
+}  // namespace
+
+bool BuildProgramPaths() {
+  GetModuleFileNameA(nullptr, ModulePath, sizeof ModulePath - 1);
+  const std::string path = ModulePath;
+  InstallPath = path.substr(0, path.rfind('\\') + 1);
+  HelpPath = InstallPath + "VELMORA2.HLP";
+  BundlePath = InstallPath + "images.bdl";
+  const std::size_t dot = path.rfind('.');
+  const std::string extension =
+      dot != std::string::npos && dot >= InstallPath.size() ? path.substr(dot) : "";
+  return FindNoCase(extension.c_str(), "exe") != nullptr;
+}
+
+void BuildUserDataPath() {
+  AppDataPath = ApplicationDataFolder(nullptr) + kProductFolder;
+  ReportToolPath = InstallPath + "ReportErr.exe";
+}
+
+void EnsureUserDataFolder() {
+  if (PathExists(AppDataPath.c_str())) return;
+  const std::string roaming = AppDataPath.substr(0, AppDataPath.size() - sizeof kProductFolder + 1);
+  CreateDirectoryA((roaming + kMakerFolder).c_str(), nullptr);
+  CreateDirectoryA(AppDataPath.c_str(), nullptr);
+  RegisterAppDataFolder(AppDataPath.c_str(), kMachineKey, kAppDataSubKey);
+}
+
+void BuildUserFilePaths() {
+  const std::string user = LoginName();
+  PlaylistPath = AppDataPath + (user.empty() ? "VELMORA2" : user) + ".M3U";
+  WallpaperPath = AppDataPath + (user.empty() ? "" : user + "_") + "velmora.bmp";
+}

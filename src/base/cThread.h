@@ -1,0 +1,60 @@
+#pragma once
+// One thread and the object that it runs. Every background job derives from
+// it. A thread is created suspended: the derived class's start operation sets
+// the priority and then resumes it, so the priority stands before the first
+// instruction of Run.
+
+#include "base/win.h"
+
+#include <cstdint>
+
+class cThread {
+ public:
+  cThread() = default;
+  // Stops the thread. A derived class calls Stop() first in its own
+  // destructor, since Run must not outlive the derived part.
+  virtual ~cThread();
+  // The thread's work, on the new thread; the result is its exit code.
+  virtual unsigned int Run();
+
+  cThread(const cThread&) = delete;
+  cThread& operator=(const cThread&) = delete;
+
+  // Creates the thread, stopping an earlier one first. Returns its handle,
+  // which stays with this object; null if it can't be made.
+  HANDLE Start();
+  // Asks the thread to end, waits for up to the time-out, and closes the
+  // handle. A thread that outlives the wait isn't killed. Safe to repeat.
+  void Stop();
+  // How long Stop waits, in ms; INFINITE unless set.
+  void SetTimeout(std::uint32_t ms) { timeout = ms; }
+  // False once Stop was called or Run has ended by itself; Run polls it.
+  bool IsRunning() const { return running; }
+
+ protected:
+  HANDLE handle = nullptr;
+  DWORD threadId = 0;
+  std::uint32_t timeout = INFINITE;
+  // A one-way signal from true to false; it orders nothing else.
+  volatile bool running = false;
+  std::uint32_t createFlags = CREATE_SUSPENDED;
+
+ private:
+  static DWORD WINAPI Entry(void* self);
+};
+
+// A mutex that its owner may take again. It guards what threads share.
+class cMonitor {
+ public:
+  cMonitor() : mutex(CreateMutexA(nullptr, FALSE, nullptr)) {}
+  virtual ~cMonitor() { CloseHandle(mutex); }
+  cMonitor(const cMonitor&) = delete;
+  cMonitor& operator=(const cMonitor&) = delete;
+
+  void Lock();
+  void Unlock();
+
+ protected:
+  HANDLE mutex;
+  bool locked = false;
+};

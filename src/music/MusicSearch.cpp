@@ -1,0 +1,75 @@
+#include "music/MusicSearch.h"
+
+#include "base/LinkedList.h"
+#include "base/win.h"
+#include "music/Playlist.h"
+
+#include <cstdint>
+#include <io.h>
+#include <new>
+#include <shlobj.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char* kPatterns[] = {"*.wav", "*.ogg", "*.wma", "*.asf", "*.mp3", "*.mp2"};
+
+// A listing under way, closed at the end of its scope.
+struct Listing {
+  explicit Listing(const std::string& pattern) : handle(_findfirst(pattern.c_str(), &file)) {}
+  ~Listing() {
+    if (handle != -1) _findclose(handle);
+  }
+  Listing(const Listing&) = delete;
+  Listing& operator=(const Listing&) = delete;
+
+  _finddata_t file{};
+  std::intptr_t handle;
+};
+
+// Calls `use` with each entry that `pattern` lists.
+template <class Use>
+void ForEachFile(const std::string& pattern, Use use) {
+  Listing listing(pattern);
+  if (listing.handle == -1) return;
+  do use(listing.file);
+  while (_findnext(listing.handle, &listing.file) == 0);
+}
+
+void AddAll(LinkedList<std::string>& files, Playlist& playlist) {
+  std::vector<const char*> texts;
+  if (files.First()) {
+    do texts.push_back(files.Current().c_str());
+    while (files.Next());
+  }
+  playlist.AddEntries(texts.data(), static_cast<std::int32_t>(texts.size()));
+}
+
+bool Search(const std::string& folder, Playlist& playlist) {
+  LinkedList<std::string> files;
+  for (const char* pattern : kPatterns)
+    ForEachFile(folder + "\\" + pattern,
+                [&](const _finddata_t& file) { files.AddTail(folder + "\\" + file.name); });
+  bool found = files.Count() != 0;
+  ForEachFile(folder + "\\*.*", [&](const _finddata_t& file) {
+    if ((file.attrib & _A_SUBDIR) && file.name[0] != '.')
+      found |= Search(folder + "\\" + file.name, playlist);
+  });
+  AddAll(files, playlist);
+  return found;
+}
+
+}  // namespace
+
+bool SearchFolderForMusic(const char* folder, Playlist& playlist) try {
+  return folder && Search(folder, playlist);
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+bool SearchMyDocuments(Playlist& playlist) {
+  char documents[MAX_PATH];
+  return SHGetSpecialFolderPathA(GetFocus(), documents, CSIDL_PERSONAL, FALSE) &&
+         SearchFolderForMusic(documents, playlist);
+}

@@ -1,0 +1,56 @@
+#pragma once
+// The state of the one run of this process: mode, paths, window, display. It
+// is plain global state, written by the entry point and the session set-up on
+// the main thread and read everywhere; each group says who writes it.
+
+#include "base/Timers.h"
+#include "base/win.h"
+
+#include <cstdint>
+#include <string>
+
+// --- The run: written by WinMain before anything else starts ---
+
+enum RunModeValue : std::int32_t {
+  RUNMODE_NONE = 0,      // nothing runs; the program starts up and ends
+  RUNMODE_CONFIG = 1,    // the configuration dialog
+  RUNMODE_PASSWORD = 2,  // the system's password dialog
+  RUNMODE_PREVIEW = 3,   // a small preview inside a window of another process
+  RUNMODE_SAVER = 4,     // the full-screen saver
+};
+
+extern std::int32_t RunMode;        // a RunModeValue
+extern HINSTANCE InstanceHandle;
+extern HWND ParentWindow;           // from the command line, or null
+extern std::int32_t DumpType;       // of the command line's /dumpType
+extern std::int32_t OsVersionCode;  // 6 and above: Windows 2000 and later
+
+// --- Paths: built once by WinMain ---
+
+extern char ModulePath[1024];       // the program file, full path
+extern std::string InstallPath;     // its folder, with the trailing backslash
+extern std::string HelpPath;
+extern std::string BundlePath;      // images.bdl
+extern std::string AppDataPath;     // the user's data folder, with the trailing backslash
+extern std::string ReportToolPath;
+extern std::string PlaylistPath;
+extern std::string WallpaperPath;
+
+// --- The session: written by DoSaver and the window procedures ---
+
+struct ScreenMode {
+  std::int32_t width = 0;   // px
+  std::int32_t height = 0;  // px
+  std::int32_t bits = 0;    // a pixel
+};
+
+extern HWND hScrWindow;             // the saver window
+extern HDC hDC;                     // its device context, taken once
+extern std::int32_t ScreenWidth;    // of the saver window, px; all drawing uses it
+extern std::int32_t ScreenHeight;
+extern ScreenMode RequestedMode;    // for this session
+extern ScreenMode DesktopMode;      // the desktop at the start
+extern bool ModeChanged;            // this session changed the display mode
+extern bool Done;                   // ends the main loop
+extern IntervalTimer FrameTimer;
+extern double FrameMs;              // time of the last frame, ms

@@ -1,0 +1,112 @@
+#include "slideshow/DesktopFade.h"
+
+#include "graphics/Matrix.h"
+#include "graphics/cGraphicsLayer.h"
+#include "settings/Session.h"
+
+HDC DesktopCopyDC = nullptr;
+
+namespace {
+
+constexpr float kFadeMs = 2500.0f;
+constexpr float kEndLevel = 1.05f;   // a little beyond black, so that black is shown
+constexpr int kUncountedCalls = 2;   // start-up time falls into these
+constexpr float kReach = 10.75f;     // well beyond every screen, world units
+constexpr float kDistance = 2.0f;    // of the world from the eye
+constexpr DWORD kVertexFormat = D3DFVF_XYZ | D3DFVF_NORMAL | D3DFVF_DIFFUSE | D3DFVF_TEX1;
+
+struct FadeVertex {
+  float x, y, z;
+  float normalX, normalY, normalZ;
+  D3DCOLOR colour;
+  float u, v;
+};
+static_assert(sizeof(FadeVertex) == 36);
+
+FadeVertex quad[4];
+WORD quadIndices[6];
+std::int32_t accumulated = 0;  // ms
+float level = 0;               // 0 the desktop, 1 black
+int calls = 0;
+
+// The card finishes what it is at before GDI draws into the surface.
+void WaitForBackBuffer(IDirectDrawSurface7* backBuffer) {
+  DDSURFACEDESC2 description{};
+  description.dwSize = sizeof description;
+  if (SUCCEEDED(backBuffer->Lock(nullptr, &description, DDLOCK_WAIT, nullptr)))
+    backBuffer->Unlock(nullptr);
+}
+
+void DrawDesktop() {
+  IDirectDrawSurface7* backBuffer = gGraphicsLayer->GetBackBuffer();
+  WaitForBackBuffer(backBuffer);
+  gGraphicsLayer->Clear(true, false, 0, 1.0f);
+  HDC dc = nullptr;
+  if (FAILED(backBuffer->GetDC(&dc))) return;
+  BitBlt(dc, 0, 0, ScreenWidth, ScreenHeight, DesktopCopyDC, 0, 0, SRCCOPY);
+  backBuffer->ReleaseDC(dc);
+}
+
+void SetBlending(IDirect3DDevice7* device) {
+  D3DMATERIAL7 black{};
+  black.diffuse.a = level;
+  black.ambient.a = 1.0f;
+  device->SetMaterial(&black);
+  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
+  device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
+  device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
+  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
+  device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+}
+
+void DrawBlackness(IDirect3DDevice7* device) {
+  D3DMATRIX world{};
+  SetIdentity(world);
+  SetTranslation(world, 0, 0, kDistance);
+  gGraphicsLayer->SetWorldMatrix(world);
+  if (FAILED(gGraphicsLayer->BeginScene())) return;
+  device->SetTexture(0, nullptr);
+  device->DrawIndexedPrimitive(D3DPT_TRIANGLELIST, kVertexFormat, quad, 4, quadIndices, 6, 0);
+  gGraphicsLayer->EndScene();
+}
+
+}  // namespace
+
+// The material makes the quad black, whatever its vertices say.
+void PrepareDesktopFade() {
+  const FadeVertex corners[4] = {{-kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 1},
+                                 {-kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 0},
+                                 {kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 0},
+                                 {kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 1}};
+  const WORD indices[6] = {0, 1, 2, 0, 2, 3};
+  for (int n = 0; n < 4; ++n) quad[n] = corners[n];
+  for (int n = 0; n < 6; ++n) quadIndices[n] = indices[n];
+  accumulated = 0;
+  level = 0;
+  calls = 0;
+}
+
+void DeleteDesktopCopy() {
+  if (DesktopCopyDC) DeleteDC(DesktopCopyDC);
+  DesktopCopyDC = nullptr;
+}
+
+bool DesktopFade(std::int32_t dt) {
+  accumulated += dt;
+  if (calls < kUncountedCalls) {
+    ++calls;
+    accumulated = 0;
+  }
+  if (level > kEndLevel) {
+    DeleteDesktopCopy();
+    return true;
+  }
+  DrawDesktop();
+  IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
+  SetBlending(device);
+  DrawBlackness(device);
+  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, FALSE);
+  gGraphicsLayer->Flip(false);
+  level = static_cast<float>(accumulated / static_cast<double>(kFadeMs));
+  return false;
+}

@@ -1,0 +1,161 @@
+// The show's catalogue and order. The road from here to the screen is
+// FastRenderer.cpp on the GDI path, SlideshowUpdate.cpp on the Direct3D path.
+
+#include "slideshow/Slideshow.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// The records of a category, decoded in directory order. ReadAll stops at a
+// member that can't be read; the rest is then asked for one by one, so that a
+// bad member costs one record only, which stays empty.
+template <class Record, class Decode>
+std::unique_ptr<Record[]> DecodeAll(VFFILECAT& category, Decode decode) {
+  category.ReadAll();
+  auto records = std::make_unique<Record[]>(static_cast<std::size_t>(category.files.Count()));
+  std::size_t index = 0;
+  if (category.files.First()) {
+    do {
+      VFFILE& file = *category.files.Current();
+      records[index++] = decode(category.ReadFile(&file), file.size);
+    } while (category.files.Next());
+  }
+  return records;
+}
+
+template <class Record>
+std::int32_t IndexByName(const Record* records, std::int32_t count, const VFFILE* file) {
+  for (std::int32_t index = 0; file && index < count; ++index)
+    if (records[index].name == file->name) return index;
+  return 0;
+}
+
+template <class Record>
+Record RecordAt(const Record* records, std::int32_t count, std::int32_t index) {
+  if (count == 0) return {};
+  return records[index >= 0 && index < count ? index : 0];
+}
+
+// Deletes what a list of pointers owns, and clears it.
+template <class T>
+void DeleteAll(LinkedList<T*>& list) {
+  if (list.First()) {
+    do delete list.Current();
+    while (list.Next());
+  }
+  list.Clear();
+}
+
+// Calls `use` for each member of the categories, in bundle order.
+template <class Use>
+void ForEachMember(VFFILECAT* categories, std::int32_t categoryCount, Use use) {
+  for (std::int32_t index = 0; index < categoryCount; ++index) {
+    LinkedList<VFFILE*>& files = categories[index].files;
+    if (!files.First()) continue;
+    do use(new PlaylistElement{&categories[index], files.Current()});
+    while (files.Next());
+  }
+}
+
+}  // namespace
+
+Slideshow::Slideshow() = default;
+
+// The order is fixed: textures go before the loaders, and those before the
+// bundle whose bytes they read.
+Slideshow::~Slideshow() {
+  oldSlide.reset();
+  current.reset();
+  next.reset();
+  DeleteAll(slides);
+  DeletePlaylist();
+  DeleteLoaders();
+  dims.reset();
+  captions.reset();
+  bundle.FreeAll();
+  bundle.Close();
+}
+
+// --- Catalogue ---
+
+bool Slideshow::LoadBundle(const char* path) {
+  if (!bundle.Open(path)) return false;
+  VFFILECAT* images = bundle.FindCategory("image");
+  if (!images) return false;
+  dimsCategory = bundle.FindCategory("dims");
+  if (!dimsCategory) return false;
+  capsCategory = bundle.FindCategory("caps");
+  if (!capsCategory) return false;
+  auto dimsRecords = DecodeAll<SlideDims>(*dimsCategory, DecodeSlideDims);
+  auto captionRecords = DecodeAll<SlideCaption>(*capsCategory, DecodeSlideCaption);
+  SetImages(images, 1, std::move(dimsRecords), dimsCategory->files.Count(),
+            std::move(captionRecords), capsCategory->files.Count());
+  return true;
+}
+
+void Slideshow::SetImages(VFFILECAT* categories, std::int32_t categoryCount,
+                          std::unique_ptr<SlideDims[]> newDims, std::int32_t newDimsCount,
+                          std::unique_ptr<SlideCaption[]> newCaptions,
+                          std::int32_t newCaptionCount) {
+  if (!categories) return;
+  imageCategories = categories;
+  imageCategoryCount = categoryCount;
+  dims = std::move(newDims);
+  dimsCount = newDimsCount;
+  captions = std::move(newCaptions);
+  captionCount = newCaptionCount;
+  if (randomOrder)
+    ShuffleSlides();
+  else
+    BuildInOrder();
+}
+
+std::int32_t Slideshow::FindDims(const VFFILE* file) const {
+  return IndexByName(dims.get(), dimsCount, file);
+}
+
+std::int32_t Slideshow::FindCaption(const VFFILE* file) const {
+  return IndexByName(captions.get(), captionCount, file);
+}
+
+SlideDims Slideshow::GetDims(std::int32_t index) const {
+  return RecordAt(dims.get(), dimsCount, index);
+}
+
+SlideCaption Slideshow::GetCaption(std::int32_t index) const {
+  return RecordAt(captions.get(), captionCount, index);
+}
+
+// --- Order ---
+
+void Slideshow::DeletePlaylist() { DeleteAll(playlist); }
+
+void Slideshow::BuildInOrder() {
+  DeletePlaylist();
+  ForEachMember(imageCategories, imageCategoryCount,
+                [this](PlaylistElement* element) { playlist.AddTail(element); });
+}
+
+// Plain swaps over the whole list, many times over. Nothing keeps the last
+// slide of one round from coming up first in the next.
+void Slideshow::ShuffleSlides() {
+  if (!imageCategories || imageCategoryCount == 0) return;
+  DeletePlaylist();
+  std::vector<PlaylistElement*> order;
+  ForEachMember(imageCategories, imageCategoryCount,
+                [&order](PlaylistElement* element) { order.push_back(element); });
+  const auto total = static_cast<int>(order.size());
+  std::srand(static_cast<unsigned>(std::time(nullptr)));
+  for (std::int32_t pass = 0; pass < shufflePasses; ++pass) {
+    for (int i = 0; i < total; ++i) {
+      const int j = std::rand() % total;
+      std::swap(order[static_cast<std::size_t>(i)], order[static_cast<std::size_t>(j)]);
+    }
+  }
+  for (PlaylistElement* element : order) playlist.AddTail(element);
+}

@@ -1,0 +1,42 @@
+// The drawing of one frame on the Direct3D path. Brightness is the material's
+// ambient colour, since the light is full white; how far the next slide has
+// come through is the material's alpha.
+
+#include "graphics/cGraphicsLayer.h"
+#include "slideshow/Slideshow.h"
+
+void Slideshow::Draw() {
+  if (!current) return;
+  DrawCurrent();
+  if (next && inTransition && crossfade) DrawNext();
+  gGraphicsLayer->GetDevice()->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, FALSE);
+}
+
+void Slideshow::SetMaterial(const Colour& ambient, const Colour& diffuse, float diffuseAlpha) {
+  material.ambient = {ambient[0], ambient[1], ambient[2], 1.0f};
+  material.diffuse = {diffuse[0], diffuse[1], diffuse[2], diffuseAlpha};
+  gGraphicsLayer->GetDevice()->SetMaterial(&material);
+}
+
+// A still picture may not fill the screen, so it darkens while the next one
+// comes in: else it would stay visible around it.
+void Slideshow::DrawCurrent() {
+  if (inTransition && crossfade && !animate) {
+    const float f = 1 - blend;
+    SetMaterial({f, f, f}, {f, f, f}, 1.0f);
+  } else {
+    SetMaterial(colour, colour, 1.0f);
+  }
+  current->Draw();
+}
+
+void Slideshow::DrawNext() {
+  IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
+  SetMaterial(colour, colour, blend);
+  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
+  device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
+  device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
+  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
+  device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+  next->Draw();
+}

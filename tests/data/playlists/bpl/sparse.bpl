@@ -1,0 +1,1 @@
+Playstring "a.mp3" playSTRING"\b.mp3"

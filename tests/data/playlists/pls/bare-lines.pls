@@ -1,0 +1,4 @@
+a.mp3
+  b.mp3
+# c.mp3
+D:\d.mp3

@@ -1,0 +1,4 @@
+﻿[playlist]
+File1=März.mp3
+NumberOfEntries=1
+Version=2

@@ -1,0 +1,4 @@
+[playlist]
+File1=a.mp3
+Title1=A
+NumberOfEntries=1

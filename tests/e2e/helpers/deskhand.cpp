@@ -1,0 +1,405 @@
+// The tests' hand inside the Windows desktop: does what can't be done from
+// outside it. One command a line comes in on stdin, its words separated by
+// tabs; one line of JSON goes out on stdout, {"error": N} with the system's
+// error code where a call failed. The end of stdin ends the program, and with
+// it every window, mutex and changed display mode that it holds.
+//
+// Commands run on the main thread, which pumps messages in between, so that
+// the windows made here stay alive; a thread reads the lines.
+
+#include "base/win_owned.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <shlwapi.h>
+#include <sstream>
+#include <string>
+#include <tlhelp32.h>
+#include <vector>
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr UINT kRunCommand = WM_APP + 1;  // lParam: the line; sent by the reader
+constexpr DWORD kSendLimitMs = 10000;
+
+HWND previewTop = nullptr;
+KernelHandle heldMutex;
+
+std::string Quoted(const std::string& text) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string json = "\"";
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 32 || byte > 126 || c == '"' || c == '\\')
+      json += std::string("\\u00") + kDigits[byte >> 4] + kDigits[byte & 15];
+    else
+      json += c;
+  }
+  return json + '"';
+}
+
+std::string Error(DWORD code) { return "{\"error\": " + std::to_string(code) + "}"; }
+std::string LastError() { return Error(GetLastError()); }
+std::string Value(std::int64_t value) { return "{\"value\": " + std::to_string(value) + "}"; }
+
+std::int64_t Number(const std::string& word) { return std::strtoll(word.c_str(), nullptr, 0); }
+
+HWND Window(const std::string& word) {
+  return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(Number(word)));
+}
+
+std::int64_t NumberOf(HWND window) {
+  return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(window));
+}
+
+std::string Hex(const std::vector<BYTE>& bytes) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string hex;
+  for (const BYTE byte : bytes) {
+    hex += kDigits[byte >> 4];
+    hex += kDigits[byte & 15];
+  }
+  return hex;
+}
+
+std::vector<BYTE> Bytes(const std::string& hex) {
+  std::vector<BYTE> bytes;
+  for (std::size_t at = 0; at + 1 < hex.size(); at += 2)
+    bytes.push_back(static_cast<BYTE>(std::stoul(hex.substr(at, 2), nullptr, 16)));
+  return bytes;
+}
+
+// ---- Windows
+
+std::string TextOf(HWND window) {
+  char text[2048] = "";
+  DWORD_PTR length = 0;
+  SendMessageTimeoutA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text),
+                      SMTO_ABORTIFHUNG, kSendLimitMs, &length);
+  return text;
+}
+
+std::string Describe(HWND window) {
+  char className[256] = "";
+  GetClassNameA(window, className, sizeof className);
+  RECT rect = {};
+  GetWindowRect(window, &rect);
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  std::ostringstream json;
+  json << "{\"hwnd\": " << NumberOf(window) << ", \"class\": " << Quoted(className)
+       << ", \"text\": " << Quoted(TextOf(window))
+       << ", \"visible\": " << (IsWindowVisible(window) ? "true" : "false")
+       << ", \"id\": " << GetDlgCtrlID(window) << ", \"pid\": " << process
+       << ", \"parent\": " << NumberOf(GetAncestor(window, GA_PARENT))
+       << ", \"style\": " << static_cast<DWORD>(GetWindowLongA(window, GWL_STYLE))
+       << ", \"exstyle\": " << static_cast<DWORD>(GetWindowLongA(window, GWL_EXSTYLE))
+       << ", \"rect\": [" << rect.left << ", " << rect.top << ", " << rect.right << ", "
+       << rect.bottom << "]}";
+  return json.str();
+}
+
+BOOL CALLBACK CollectWindow(HWND window, LPARAM list) {
+  reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+  return TRUE;
+}
+
+std::string DescribeAll(const std::vector<HWND>& windows) {
+  std::string json = "[";
+  for (const HWND window : windows) json += (json.size() > 1 ? ", " : "") + Describe(window);
+  return json + "]";
+}
+
+std::string TopWindows(const Words&) {
+  std::vector<HWND> windows;
+  EnumWindows(CollectWindow, reinterpret_cast<LPARAM>(&windows));
+  return DescribeAll(windows);
+}
+
+std::string ChildWindows(const Words& words) {
+  std::vector<HWND> windows;
+  EnumChildWindows(Window(words.at(1)), CollectWindow, reinterpret_cast<LPARAM>(&windows));
+  return DescribeAll(windows);
+}
+
+std::string Post(const Words& words) {
+  const BOOL posted = PostMessageA(Window(words.at(1)), static_cast<UINT>(Number(words.at(2))),
+                                   static_cast<WPARAM>(Number(words.at(3))),
+                                   static_cast<LPARAM>(Number(words.at(4))));
+  return posted ? Value(1) : LastError();
+}
+
+std::string Send(const Words& words) {
+  DWORD_PTR result = 0;
+  const LRESULT sent = SendMessageTimeoutA(
+      Window(words.at(1)), static_cast<UINT>(Number(words.at(2))),
+      static_cast<WPARAM>(Number(words.at(3))), static_cast<LPARAM>(Number(words.at(4))),
+      SMTO_NORMAL, kSendLimitMs, &result);
+  return sent ? Value(static_cast<std::int64_t>(result)) : LastError();
+}
+
+std::string ForegroundWindow(const Words&) { return Value(NumberOf(GetForegroundWindow())); }
+
+// ---- The frame that a preview lives in
+
+// Wine gives a window in another process's window no place to draw; sharing
+// the top window's drawable with the inner one makes the preview visible.
+void ShareDrawable(HWND top, HWND inner) {
+  constexpr char kProperty[] = "__wine_x11_whole_window";
+  SetPropA(inner, kProperty, GetPropA(top, kProperty));
+}
+
+std::string OpenPreviewFrame(const Words& words) {
+  const int width = static_cast<int>(Number(words.at(1)));
+  const int height = static_cast<int>(Number(words.at(2)));
+  previewTop = CreateWindowA("STATIC", "Preview frame", WS_POPUP | WS_VISIBLE, 0, 0, width + 40,
+                             height + 40, nullptr, nullptr, nullptr, nullptr);
+  const HWND inner = CreateWindowA("STATIC", "", WS_CHILD | WS_VISIBLE | SS_BLACKRECT, 20, 20,
+                                   width, height, previewTop, nullptr, nullptr, nullptr);
+  if (!inner) return LastError();
+  ShareDrawable(previewTop, inner);
+  return Value(NumberOf(inner));
+}
+
+std::string ClosePreviewFrame(const Words&) {
+  return DestroyWindow(previewTop) ? Value(1) : LastError();
+}
+
+// A window that takes the focus away from whoever has it; one pixel, so that
+// it hides nothing.
+std::string TakeFocus(const Words&) {
+  const HWND window = CreateWindowA("STATIC", "Focus taker", WS_POPUP | WS_VISIBLE, 0, 0, 1, 1,
+                                    nullptr, nullptr, nullptr, nullptr);
+  if (!window) return LastError();
+  return Value(SetForegroundWindow(window));
+}
+
+// ---- The system's state
+
+std::string Cursor(const Words&) {
+  CURSORINFO info = {};
+  info.cbSize = sizeof info;
+  if (!GetCursorInfo(&info)) return LastError();
+  return "{\"x\": " + std::to_string(info.ptScreenPos.x) +
+         ", \"y\": " + std::to_string(info.ptScreenPos.y) +
+         ", \"shown\": " + (info.hCursor ? "true" : "false") + "}";
+}
+
+std::string DisplayMode(const Words&) {
+  DEVMODEA mode = {};
+  mode.dmSize = sizeof mode;
+  if (!EnumDisplaySettingsA(nullptr, ENUM_CURRENT_SETTINGS, &mode)) return LastError();
+  std::ostringstream json;
+  json << "{\"width\": " << mode.dmPelsWidth << ", \"height\": " << mode.dmPelsHeight
+       << ", \"bits\": " << mode.dmBitsPerPel << "}";
+  return json.str();
+}
+
+// Wine remembers in each process what it first answered there.
+std::string SaverRunning(const Words&) {
+  BOOL running = FALSE;
+  if (!SystemParametersInfoA(SPI_GETSCREENSAVERRUNNING, 0, &running, 0)) return LastError();
+  return Value(running);
+}
+
+std::string Wallpaper(const Words&) {
+  char path[MAX_PATH] = "";
+  if (!SystemParametersInfoA(SPI_GETDESKWALLPAPER, sizeof path, path, 0)) return LastError();
+  return "{\"path\": " + Quoted(path) + "}";
+}
+
+std::string FileAttributes(const Words& words) {
+  if (words.size() > 2)
+    return SetFileAttributesA(words[1].c_str(), static_cast<DWORD>(Number(words[2])))
+               ? Value(1)
+               : LastError();
+  const DWORD attributes = GetFileAttributesA(words.at(1).c_str());
+  return attributes == INVALID_FILE_ATTRIBUTES ? LastError() : Value(attributes);
+}
+
+// Ends the programs whose file name begins with the given text.
+std::string EndPrograms(const Words& words) {
+  const KernelHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  PROCESSENTRY32 entry = {};
+  entry.dwSize = sizeof entry;
+  int ended = 0;
+  for (BOOL found = Process32First(list.get(), &entry); found;
+       found = Process32Next(list.get(), &entry)) {
+    if (_strnicmp(entry.szExeFile, words.at(1).c_str(), words[1].size()) != 0) continue;
+    const KernelHandle process(OpenProcess(PROCESS_TERMINATE, FALSE, entry.th32ProcessID));
+    if (process && TerminateProcess(process.get(), 1)) ++ended;
+  }
+  return Value(ended);
+}
+
+// ---- Mutexes
+
+std::string TakeMutex(const Words& words) {
+  heldMutex.reset(CreateMutexA(nullptr, FALSE, words.at(1).c_str()));
+  if (!heldMutex) return LastError();
+  return Value(WaitForSingleObject(heldMutex.get(), static_cast<DWORD>(Number(words.at(2)))));
+}
+
+std::string ReleaseHeldMutex(const Words&) {
+  const BOOL released = ReleaseMutex(heldMutex.get());
+  heldMutex.reset();
+  return Value(released);
+}
+
+std::string MutexExists(const Words& words) {
+  return Value(KernelHandle(OpenMutexA(MUTEX_ALL_ACCESS, FALSE, words.at(1).c_str())) ? 1 : 0);
+}
+
+// ---- The registry
+
+HKEY Root(const std::string& name) {
+  return name == "HKLM" ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+}
+
+RegKey OpenKey(const Words& words, REGSAM access) {
+  HKEY key = nullptr;
+  RegOpenKeyExA(Root(words.at(1)), words.at(2).c_str(), 0, access, &key);
+  return RegKey(key);
+}
+
+// root, key, name, type, bytes in hex
+std::string SetValue(const Words& words) {
+  HKEY made = nullptr;
+  RegCreateKeyExA(Root(words.at(1)), words.at(2).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &made,
+                  nullptr);
+  const RegKey key(made);
+  const std::vector<BYTE> data = Bytes(words.size() > 5 ? words[5] : "");
+  const LONG status =
+      RegSetValueExA(key.get(), words.at(3).c_str(), 0, static_cast<DWORD>(Number(words.at(4))),
+                     data.data(), static_cast<DWORD>(data.size()));
+  return status ? Error(static_cast<DWORD>(status)) : Value(0);
+}
+
+// root, key, name
+std::string GetValue(const Words& words) {
+  const RegKey key = OpenKey(words, KEY_READ);
+  DWORD type = 0;
+  DWORD size = 0;
+  LONG status = RegQueryValueExA(key.get(), words.at(3).c_str(), nullptr, &type, nullptr, &size);
+  std::vector<BYTE> data(size);
+  if (!status)
+    status = RegQueryValueExA(key.get(), words[3].c_str(), nullptr, &type, data.data(), &size);
+  if (status) return Error(static_cast<DWORD>(status));
+  return "{\"type\": " + std::to_string(type) + ", \"data\": " + Quoted(Hex(data)) + "}";
+}
+
+// root, key: the names of its values; an error if there is no such key
+std::string ValueNames(const Words& words) {
+  const RegKey key = OpenKey(words, KEY_READ);
+  if (!key) return Error(ERROR_FILE_NOT_FOUND);
+  std::string json = "[";
+  char name[512];
+  for (DWORD index = 0;; ++index) {
+    DWORD length = sizeof name;
+    if (RegEnumValueA(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr)) break;
+    json += (index ? ", " : "") + Quoted(std::string(name, length));
+  }
+  return json + "]";
+}
+
+// root, key: with all below it
+std::string DeleteTree(const Words& words) {
+  const LSTATUS status = SHDeleteKeyA(Root(words.at(1)), words.at(2).c_str());
+  return status ? Error(static_cast<DWORD>(status)) : Value(0);
+}
+
+// root, key, name
+std::string DeleteValue(const Words& words) {
+  const RegKey key = OpenKey(words, KEY_WRITE);
+  const LONG status = RegDeleteValueA(key.get(), words.at(3).c_str());
+  return status ? Error(static_cast<DWORD>(status)) : Value(0);
+}
+
+// ---- Dispatch
+
+std::string Ping(const Words&) { return Value(static_cast<std::int64_t>(GetCurrentProcessId())); }
+
+const std::map<std::string, std::function<std::string(const Words&)>> kCommands = {
+    {"ping", Ping},
+    {"top-windows", TopWindows},
+    {"child-windows", ChildWindows},
+    {"post", Post},
+    {"send", Send},
+    {"foreground", ForegroundWindow},
+    {"open-preview-frame", OpenPreviewFrame},
+    {"close-preview-frame", ClosePreviewFrame},
+    {"take-focus", TakeFocus},
+    {"cursor", Cursor},
+    {"display-mode", DisplayMode},
+    {"end-programs", EndPrograms},
+    {"saver-running", SaverRunning},
+    {"wallpaper", Wallpaper},
+    {"attributes", FileAttributes},
+    {"take-mutex", TakeMutex},
+    {"release-mutex", ReleaseHeldMutex},
+    {"mutex-exists", MutexExists},
+    {"set-value", SetValue},
+    {"get-value", GetValue},
+    {"value-names", ValueNames},
+    {"delete-tree", DeleteTree},
+    {"delete-value", DeleteValue},
+};
+
+Words Split(const std::string& line) {
+  Words words;
+  std::istringstream stream(line);
+  for (std::string word; std::getline(stream, word, '\t');) words.push_back(word);
+  return words;
+}
+
+std::string Run(const std::string& line) {
+  const Words words = Split(line);
+  const auto command = words.empty() ? kCommands.end() : kCommands.find(words[0]);
+  if (command == kCommands.end()) return Error(ERROR_INVALID_FUNCTION);
+  try {
+    return command->second(words);
+  } catch (const std::exception&) {  // a word is missing or isn't hex
+    return Error(ERROR_INVALID_PARAMETER);
+  }
+}
+
+LRESULT CALLBACK HandProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message != kRunCommand) return DefWindowProcA(window, message, wParam, lParam);
+  std::cout << Run(*reinterpret_cast<const std::string*>(lParam)) << std::endl;
+  return 0;
+}
+
+DWORD WINAPI ReadLines(LPVOID window) {
+  for (std::string line; std::getline(std::cin, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    SendMessageA(static_cast<HWND>(window), kRunCommand, 0, reinterpret_cast<LPARAM>(&line));
+  }
+  ExitProcess(0);
+}
+
+HWND MakeCommandWindow() {
+  WNDCLASSA windowClass = {};
+  windowClass.lpfnWndProc = HandProc;
+  windowClass.lpszClassName = "DeskHand";
+  RegisterClassA(&windowClass);
+  return CreateWindowA("DeskHand", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+}
+
+}  // namespace
+
+int main() {
+  const HWND window = MakeCommandWindow();
+  const KernelHandle reader(CreateThread(nullptr, 0, ReadLines, window, 0, nullptr));
+  if (!window || !reader) return 1;
+  MSG message = {};
+  while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
+  }
+  return 0;
+}

@@ -1,0 +1,18 @@
+#pragma once
+// Stands in for the Windows run time's file descriptors.
+
+#include <cstdint>
+#include <fcntl.h>
+#include <unistd.h>
+
+#define _O_RDONLY O_RDONLY
+#define _O_BINARY 0
+#define _O_RANDOM 0
+#define _O_SEQUENTIAL 0
+
+inline int _open(const char* path, int flags) { return open(path, flags | O_CLOEXEC); }
+inline int _close(int fd) { return close(fd); }
+inline int _read(int fd, void* to, unsigned size) { return static_cast<int>(read(fd, to, size)); }
+inline std::int64_t _lseeki64(int fd, std::int64_t offset, int origin) {
+  return lseek(fd, offset, origin);
+}

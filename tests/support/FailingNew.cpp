@@ -1,0 +1,43 @@
+// A program that makes a FailingNew has this file among its sources, and with it
+// these operators in place of the library's.
+
+#include "support/FailingNew.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr int kNoLimit = -1;
+thread_local int successesLeft = kNoLimit;
+
+void* Allocate(std::size_t size) {
+  if (successesLeft == 0) return nullptr;
+  if (successesLeft > 0) --successesLeft;
+  return std::malloc(size ? size : 1);
+}
+
+void* AllocateOrThrow(std::size_t size) {
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+
+namespace support {
+
+FailingNew::FailingNew(int successes) { successesLeft = successes; }
+FailingNew::~FailingNew() { successesLeft = kNoLimit; }
+
+}  // namespace support

@@ -1,0 +1,17 @@
+#pragma once
+// Memory that runs out: while an object lives, `new` on this thread succeeds
+// `successes` times and then throws std::bad_alloc (or, as nothrow, gives null)
+// every time. Meant for a few lines of code under test; a failed EXPECT inside
+// would itself need memory.
+
+namespace support {
+
+class FailingNew {
+ public:
+  explicit FailingNew(int successes);
+  ~FailingNew();
+  FailingNew(const FailingNew&) = delete;
+  FailingNew& operator=(const FailingNew&) = delete;
+};
+
+}  // namespace support

@@ -1,0 +1,40 @@
+#include "makebundle/pack/FileKind.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+PictureKind KindOf(const std::string& start) { return PictureKindOf(AsBytes(start)); }
+bool Music(const std::string& start) { return IsMusic(AsBytes(start)); }
+
+TEST(FileKind, PicturesAreKnownByTheirFirstBytes) {
+  EXPECT_EQ(KindOf("\xFF\xD8\xFF\xE0"), PictureKind::kJpeg);
+  EXPECT_EQ(KindOf("\x89PNG\r\n\x1A\n"), PictureKind::kPng);
+  EXPECT_EQ(KindOf("GIF87a"), PictureKind::kGif);
+  EXPECT_EQ(KindOf("GIF89a"), PictureKind::kGif);
+  EXPECT_EQ(KindOf(std::string("BM\x7A\0\0\0\0\0\0\0\x36\0\0\0\x28\0", 16)), PictureKind::kBmp);
+  EXPECT_EQ(KindOf(std::string("BM\x7A\0\0\0\0\0\0\0\x1A\0\0\0\x0C\0", 16)), PictureKind::kBmp);
+  EXPECT_EQ(KindOf("RIFF....WEBP"), PictureKind::kWebp);
+  EXPECT_EQ(KindOf(std::string("II\x2A\0", 4)), PictureKind::kTiff);
+  EXPECT_EQ(KindOf(std::string("MM\0\x2A", 4)), PictureKind::kTiff);
+}
+
+TEST(FileKind, OtherFilesAreNoPictures) {
+  for (const std::string start : {"", "B", "BM", "BMW is a make of car", "GIF", "RIFF....WAVE", "\xFF\xD8", "MZ", "%PDF-1.4"})
+    EXPECT_EQ(KindOf(start), PictureKind::kNone) << start;
+}
+
+TEST(FileKind, MusicIsKnownByItsFirstBytes) {
+  for (const std::string start : {"ID3\x03", "OggS", "RIFF....WAVE", "\xFF\xFB\x90\x64", "\xFF\xF3\x48\xC4", "\xFF\xFD\x80\x04",
+                                  "\xFF\xFE\x80\x04"})
+    EXPECT_TRUE(Music(start)) << start;
+}
+
+TEST(FileKind, OtherFilesAreNoMusic) {
+  for (const std::string start : {"", "\xFF", "\xFF\xFB", "\xFF\xD8\xFF\xE0", "\xFF\xFF\xFF\xFF", "fLaC", "RIFF....AVI ", "text"})
+    EXPECT_FALSE(Music(start)) << start;
+}
+
+}  // namespace
