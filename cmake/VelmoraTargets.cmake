@@ -28,10 +28,18 @@ add_custom_target(dist)
 
 # velmora_ship(target [ALSO name]): puts a program or DLL into the install
 # folder, under a second name too if asked. What ships carries no debugging
-# symbols; the file in the build tree keeps them.
+# symbols; the file in the build tree keeps them. The skin of a program that
+# wears one goes behind it after that: stripping would cut it off.
 function(velmora_ship target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "ALSO" "")
   set(shipped "${VELMORA_DIST_DIR}/$<TARGET_FILE_NAME:${target}>")
+  set(glue_skin)
+  get_target_property(skin ${target} VELMORA_SKIN)
+  if(skin)
+    set(glue_skin COMMAND
+      "${CMAKE_SOURCE_DIR}/tools/wine-prefix.sh" run "${CMAKE_SOURCE_DIR}/build/wine/tools"
+      wine "${VELMORA_DIST_DIR}/MakeBundle.exe" append "${shipped}" --category skin "${skin}")
+  endif()
   set(second_name)
   if(arg_ALSO)
     set(second_name COMMAND ${CMAKE_COMMAND} -E copy "${shipped}" "${VELMORA_DIST_DIR}/${arg_ALSO}")
@@ -40,6 +48,7 @@ function(velmora_ship target)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E make_directory "${VELMORA_DIST_DIR}"
     COMMAND ${CMAKE_STRIP} -o "${shipped}" "$<TARGET_FILE:${target}>"
+    ${glue_skin}
     ${second_name}
     VERBATIM)
 endfunction()

@@ -13,6 +13,8 @@ PACKAGES=(
   libjpeg-turbo-progs libimage-exiftool-perl webp
   # The picture decoders' libraries for this machine, for the sanitizers
   libjpeg62-turbo-dev libpng-dev libwebp-dev libgif-dev
+  # The drawings of the configuration window, and their typeface
+  librsvg2-bin fontconfig fonts-lato
   # Running the program: Wine, a display without a screen, the tools to look at it
   wine wine64 wine32:i386
   xvfb xdotool x11-utils x11-xserver-utils xserver-xorg-core
