@@ -8,7 +8,7 @@
 # out/show.png, and the program's log, out/VelmoraLog.txt.
 #
 #   --build          only build
-#   --fast           draw without Direct3D (what this version always does)
+#   --fast           fast mode: draw without Direct3D, for weak machines
 #   --pictures DIR   show the pictures in DIR
 #   --config         open the settings instead of the show; needs a display
 #   --seconds N      without a display: watch the show for N seconds
@@ -29,7 +29,8 @@ fail() { printf 'run: %s\n' "$*" >&2; exit 1; }
 usage() { sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; }
 absolute() { [[ $1 = /* ]] && echo "$1" || echo "$called_from/$1"; }
 
-only_build=0 config=0 pictures= seconds= out=out size=
+wanted_pictures=3
+only_build=0 config=0 fast=0 pictures= seconds= out=out size=
 parse() {
   while [ $# -gt 0 ]; do
     case $1 in
@@ -37,7 +38,7 @@ parse() {
     esac
     case $1 in
       --build) only_build=1 ;;
-      --fast) ;;
+      --fast) fast=1 ;;
       --config) config=1 ;;
       --pictures) pictures=$(absolute "$2"); shift ;;
       --seconds) seconds=$2; shift ;;
@@ -51,6 +52,7 @@ parse() {
   [[ -z $seconds || $seconds =~ ^[0-9]+$ ]] || fail "--seconds takes a whole number, not '$seconds'"
   [[ -z $size || $size =~ ^[1-9][0-9]*x[1-9][0-9]*$ ]] || fail "--size takes something like 1024x768, not '$size'"
   [ -z "$pictures" ] || [ -d "$pictures" ] || fail "there is no folder $pictures"
+  [ -z "$seconds" ] || wanted_pictures=2
 }
 
 build() {
@@ -71,13 +73,12 @@ select_prefix() {
 readonly settings_key='HKCU\Software\Tarnwick\TarnwickSaver\Velmora2'
 store() { wine reg add "$settings_key" /v "$1" /t "$2" /d "$3" /f > /dev/null; }
 
-# Fast mode is the one road to the screen that this version has.
-store_settings() { store FastMode REG_DWORD 1; }
+# Stored either way: the prefix remembers what the last run was told.
+store_settings() { store FastMode REG_DWORD "$fast"; }
 
 # --- What is shown: the install folder, or one like it with the user's pictures
 
 folder=$PWD/build/dist
-wanted_pictures=4
 pack_pictures() {
   folder=$PWD/build/own-show
   say "packing the pictures in $pictures"
@@ -154,7 +155,7 @@ log_file() { echo "$prefix/drive_c/users/$USER/AppData/Roaming/Tarnwick/Velmora2
 run_unseen() {
   start_display
   prepare sheet
-  store ImageDelay REG_SZ 3.000000
+  store ImageDelay REG_SZ 2.500000
   store PlayMusic REG_DWORD 0
   mkdir -p "$out"
   rm -f "$(log_file)" "$out/show.png" "$out/VelmoraLog.txt"
@@ -162,7 +163,8 @@ run_unseen() {
   wine "$folder/Velmora2.scr" /s &
   local show=$! status=0
   /usr/bin/python3 -B tools/contact_sheet.py "$work" "$out/show.png" --pid "$show" \
-    --wanted "$wanted_pictures" ${seconds:+--seconds "$seconds"} || status=$?
+    --wanted "$wanted_pictures" --change "$([ "$fast" = 1 ] && echo wipe || echo crossfade)" \
+    ${seconds:+--seconds "$seconds"} || status=$?
   xdotool key q 2> /dev/null || true
   wait_for_end "$show" || say "the show doesn't end by a key"
   cp "$(log_file)" "$out/VelmoraLog.txt" || fail "the show wrote no log"

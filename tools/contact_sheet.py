@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Watches a show on an Xvfb and makes a contact sheet of it: its pictures and
-the wipes between them, in time order, each labelled with its time.
+"""Watches a show on an Xvfb and makes a contact sheet of it, in time order: of
+each picture how it looked when it came and when it went, and between two
+pictures the crossfade or wipe in its middle. Each frame is labelled with its
+time.
 
 Ends when it has seen enough, when the time is over, or with the show. Exits
-with 1 if the show had fewer pictures than asked for, or no wipe between them.
+with 1 if the show had fewer pictures than asked for, or nothing between them.
 """
 
 import argparse
-import dataclasses
 import os
 import sys
 import time
@@ -19,109 +20,157 @@ import PIL.ImageFont
 
 from framebuffer import FrameBuffer
 
-SAMPLES_PER_SECOND = 15
+SAMPLES_PER_SECOND = 10
 STILL_SECONDS = 0.6     # a picture stands at least as long
-DIFFERENT_LEVELS = 6    # mean difference of two different pictures, of 255
+REACH_SECONDS = 0.3     # two samples so far apart tell whether a picture stands
+STILL_LEVELS = 3        # of 255: a zoom changes the coarsest view by less
+BLACK_LEVELS = 4        # mean of a screen that counts as black
+DIFFERENT_LEVELS = 6    # mean difference of two different pictures
+ZOOM_LEVELS = 3         # of two looks at one picture that both are worth showing
 COLUMNS, CELL_WIDTH, MARGIN, LABEL_HEIGHT = 3, 400, 10, 26
+BLURRED_SIZE = (24, 18)
+COARSE_SIZE = (4, 3)    # hardly sees the zoom, yet every change of pictures
 PAPER, INK = (24, 24, 28), (235, 235, 235)
 
 
-@dataclasses.dataclass
-class Frame:
-    seconds: float           # since the show was started
-    pixels: numpy.ndarray    # at the size of a cell
-    wipe: bool = False
-
-
-def cell_of(shot):
-    height = round(shot.shape[0] * CELL_WIDTH / shot.shape[1])
-    image = PIL.Image.fromarray(shot).resize((CELL_WIDTH, height), PIL.Image.BILINEAR)
-    return numpy.asarray(image)
-
-
 def difference(a, b):
-    return float(numpy.abs(a.astype(int) - b.astype(int)).mean())
+    return float(numpy.abs(a - b).mean())
 
 
-def wiped(old, new, frame):
-    """How much of the frame is the new picture's already, 0 to 1."""
-    to_old = numpy.abs(frame.astype(int) - old).sum(axis=2)
-    to_new = numpy.abs(frame.astype(int) - new).sum(axis=2)
-    return float((to_new < to_old).mean())
+class Sample:
+    """One look at the screen: as a cell of the sheet, and smaller to compare."""
+
+    def __init__(self, seconds, shot):
+        image = PIL.Image.fromarray(shot)
+        height = round(image.height * CELL_WIDTH / image.width)
+        self.seconds = seconds
+        self.cell = image.resize((CELL_WIDTH, height), PIL.Image.BILINEAR, reducing_gap=2)
+        self.blurred = self._shrunk(BLURRED_SIZE)
+        self.coarse = self._shrunk(COARSE_SIZE)
+        self.black = self.blurred.mean() < BLACK_LEVELS
+
+    def _shrunk(self, size):
+        return numpy.asarray(self.cell.resize(size, PIL.Image.BOX), float)
+
+
+class Slide:
+    """Samples in which one picture stands, or slowly zooms."""
+
+    def __init__(self, samples):
+        self.first, self.last = samples[0], samples[-1]
+        self.middle = samples[len(samples) // 2].blurred
+
+
+def is_still(samples, n):
+    """Whether the screen hardly changes around sample `n`."""
+    near = [s for s in samples if abs(s.seconds - samples[n].seconds) <= REACH_SECONDS]
+    return not samples[n].black and difference(near[0].coarse, near[-1].coarse) < STILL_LEVELS
+
+
+def still_stretches(samples):
+    stretch = []
+    for n, sample in enumerate(samples):
+        if is_still(samples, n):
+            stretch.append(sample)
+        elif stretch:
+            yield stretch
+            stretch = []
+    if stretch:
+        yield stretch
+
+
+def find_slides(samples):
+    """The pictures in turn; a picture that only paused comes once."""
+    slides = []
+    for stretch in still_stretches(samples):
+        if stretch[-1].seconds - stretch[0].seconds < STILL_SECONDS:
+            continue
+        slide = Slide(stretch)
+        if slides and difference(slides[-1].middle, slide.middle) < DIFFERENT_LEVELS:
+            slides[-1].last = slide.last
+        else:
+            slides.append(slide)
+    return slides
+
+
+def half_way(samples, old, new):
+    """The sample between two slides that is half the old and half the new."""
+    way = new.first.blurred - old.last.blurred
+    between = [s for s in samples if old.last.seconds < s.seconds < new.first.seconds]
+
+    def distance(sample):
+        share = ((sample.blurred - old.last.blurred) * way).sum() / (way * way).sum()
+        return abs(share - 0.5)
+
+    found = min(between, key=distance, default=None)
+    return found if found and distance(found) < 0.4 else None
 
 
 class Watcher:
-    """Sorts the samples of a screen into standing pictures and wipes."""
+    """Finds what goes to the sheet among the samples of a screen."""
 
-    def __init__(self):
-        self.frames = []     # what goes to the sheet
-        self._since = None   # when the present shot was first seen
-        self._shot = None
-        self._moving = []    # samples since the last standing picture
+    def __init__(self, change):
+        self._change = change  # what the way from one picture to the next is called
+        self._samples = []
+        self.slides = []
+        self.changes = []
 
     def take(self, seconds, shot):
-        if self._shot is None or (shot != self._shot).any():
-            self._since, self._shot = seconds, shot
-            self._moving.append(Frame(seconds, cell_of(shot)))
-        elif self._moving and seconds - self._since >= STILL_SECONDS and shot.any():
-            self._stand(Frame(seconds, self._moving[-1].pixels))
+        self._samples.append(Sample(seconds, shot))
 
-    def _stand(self, picture):
-        """A picture stands now: what moved before it was the wipe to it."""
-        if self.frames and difference(self.frames[-1].pixels, picture.pixels) > DIFFERENT_LEVELS:
-            self._keep_wipe(self.frames[-1], picture)
-        elif self.frames:
-            self._moving = []
-            return
-        self.frames.append(picture)
-        self._moving = []
+    def look(self):
+        self.slides = find_slides(self._samples)
+        pairs = zip(self.slides, self.slides[1:])
+        self.changes = [s for s in (half_way(self._samples, *pair) for pair in pairs) if s]
 
-    def _keep_wipe(self, old, new):
-        under_way = [(abs(wiped(old.pixels, new.pixels, f.pixels) - 0.5), n)
-                     for n, f in enumerate(self._moving[:-1])]
-        if under_way and min(under_way)[0] < 0.4:
-            frame = self._moving[min(under_way)[1]]
-            self.frames.append(Frame(frame.seconds, frame.pixels, wipe=True))
+    def frames(self):
+        """The sheet: [(sample, label)]."""
+        chosen = [(s, self._change) for s in self.changes]
+        for slide in self.slides:
+            chosen.append((slide.first, ""))
+            if difference(slide.first.blurred, slide.last.blurred) > ZOOM_LEVELS:
+                chosen.append((slide.last, "   the same, later"))
+        return sorted(chosen, key=lambda frame: frame[0].seconds)
 
     def pictures(self):
-        """The standing pictures that differ from each other."""
+        """How many different pictures there were."""
         found = []
-        for frame in self.frames:
-            if not frame.wipe and all(difference(frame.pixels, other.pixels) > DIFFERENT_LEVELS
-                                      for other in found):
-                found.append(frame)
-        return found
-
-    def wipes(self):
-        return [frame for frame in self.frames if frame.wipe]
+        for slide in self.slides:
+            if all(difference(slide.middle, other) > DIFFERENT_LEVELS for other in found):
+                found.append(slide.middle)
+        return len(found)
 
 
 def watch(screen, arguments):
-    watcher = Watcher()
+    watcher = Watcher(f"   {arguments.change} under way")
     start = time.monotonic()
     limit = arguments.seconds or arguments.at_most
+    looked = 0.0
     while (now := time.monotonic() - start) < limit:
         if not os.path.exists(f"/proc/{arguments.pid}"):
             break
         watcher.take(now, screen.shot())
-        if not arguments.seconds and len(watcher.frames) >= arguments.frames:
-            break
+        if now - looked > 1:
+            looked = now
+            watcher.look()
+            if not arguments.seconds and len(watcher.frames()) >= arguments.frames:
+                break
         time.sleep(max(0.0, 1 / SAMPLES_PER_SECOND - (time.monotonic() - start - now)))
+    watcher.look()
     return watcher
 
 
 def draw_sheet(frames, path):
-    height = max(frame.pixels.shape[0] for frame in frames)
+    height = max(sample.cell.height for sample, _ in frames)
     rows = -(-len(frames) // COLUMNS)
     step_x, step_y = CELL_WIDTH + MARGIN, height + LABEL_HEIGHT + MARGIN
     sheet = PIL.Image.new("RGB", (COLUMNS * step_x + MARGIN, rows * step_y + MARGIN), PAPER)
     draw = PIL.ImageDraw.Draw(sheet)
     font = PIL.ImageFont.truetype("LiberationSans-Regular.ttf", 17)
-    for n, frame in enumerate(frames):
+    for n, (sample, label) in enumerate(frames):
         x, y = MARGIN + n % COLUMNS * step_x, MARGIN + n // COLUMNS * step_y
-        sheet.paste(PIL.Image.fromarray(frame.pixels), (x, y))
-        label = f"{frame.seconds:.1f} s" + ("   wipe under way" if frame.wipe else "")
-        draw.text((x + 2, y + height + 3), label, INK, font)
+        sheet.paste(sample.cell, (x, y))
+        draw.text((x + 2, y + height + 3), f"{sample.seconds:.1f} s{label}", INK, font)
     sheet.save(path)
 
 
@@ -133,17 +182,19 @@ def main():
     parser.add_argument("--seconds", type=float, help="watch exactly so long")
     parser.add_argument("--at-most", type=float, default=120, help="else watch no longer than this")
     parser.add_argument("--frames", type=int, default=9, help="else end with so many frames")
-    parser.add_argument("--wanted", type=int, default=4, help="different pictures asked for")
+    parser.add_argument("--wanted", type=int, default=3, help="different pictures asked for")
+    parser.add_argument("--change", default="crossfade", help="what comes between two pictures")
     arguments = parser.parse_args()
 
     watcher = watch(FrameBuffer(arguments.folder), arguments)
-    pictures, wipes = len(watcher.pictures()), len(watcher.wipes())
-    print(f"contact sheet: {pictures} different pictures, {wipes} wipes under way")
-    if watcher.frames:
-        draw_sheet(watcher.frames, arguments.out)
-    if pictures < arguments.wanted or (arguments.wanted > 1 and not wipes):
-        sys.exit(f"contact sheet: that is less than the {arguments.wanted} pictures and one wipe "
-                 "that it should show")
+    pictures, changes = watcher.pictures(), len(watcher.changes)
+    print(f"contact sheet: {pictures} different pictures, {changes} changes under way")
+    frames = watcher.frames()
+    if frames:
+        draw_sheet(frames, arguments.out)
+    if pictures < arguments.wanted or (arguments.wanted > 1 and not changes):
+        sys.exit(f"contact sheet: that is less than the {arguments.wanted} pictures and one "
+                 f"{arguments.change} that it should show")
 
 
 if __name__ == "__main__":

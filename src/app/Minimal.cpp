@@ -2,7 +2,7 @@
 //
 //   Entry       WinMain: command line, folders, single instance, settings, log
 //   Session     DoSaver: display mode, windows, main loop, tear-down
-//   Set-up      initStates: bundle, show, fast-mode canvas, first picture
+//   Set-up      initStates: bundle, device, show; in fast mode the first picture
 //   Frame       RenderFrame: one turn of the main loop
 //   Tear-down   ShutdownSound, CleanUp
 //   Windows     the two window procedures and the exit rules
@@ -15,6 +15,7 @@
 
 #include "app/AppDataFolders.h"
 #include "app/CommandLine.h"
+#include "app/Direct3DSession.h"
 #include "app/ExitRules.h"
 #include "app/Instance.h"
 #include "app/Monitors.h"
@@ -25,8 +26,10 @@
 #include "base/win_owned.h"
 #include "bundle/VFBundle.h"
 #include "graphics/cGameError.h"
+#include "graphics/cGraphicsLayer.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
+#include "slideshow/AutoPerformance.h"
 #include "slideshow/FastRenderer.h"
 #include "slideshow/FrameRate.h"
 #include "slideshow/Slideshow.h"
@@ -34,6 +37,7 @@
 #include "ui/ConfigDialog.h"
 #include "ui/OpenFileRecords.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -456,11 +460,17 @@ bool SetUpSession(HWND hparwnd, int show) {
     AbandonSession(hparwnd, "Problem encountered in initStates().");
     return false;
   }
-  LOG_INFO("Running in fast mode");
+  if (ss->FastMode) {
+    LOG_INFO("Running in fast mode");
+  } else if (!initD3D(ScreenWidth, ScreenHeight)) {
+    LOG_ERROR("initD3D() failed!");
+    AbandonSession(hparwnd, "Problem encountered in initD3D().");
+    return false;
+  }
   LOG_INFO("Showing window via ShowWindow()");
   ChildWindows.ShowChildWindows(show);
   ShowWindow(hScrWindow, show);
-  Transition(0, 0);
+  if (ss->FastMode) Transition(0, 0);
   return true;
 }
 
@@ -553,7 +563,9 @@ namespace {
 
 constexpr int kWipeMs = 1500;
 constexpr std::int32_t kShufflePasses = 50;
-constexpr std::int32_t kDefaultTextureSize = 256;
+// The growth of a slide that is shown for 8 seconds: share of its size in 20 ms.
+constexpr float kZoomRate = 0.0003f;
+constexpr double kZoomSeconds = 8.0;
 
 // Smoothed text where the system is known to draw it well.
 int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }
@@ -584,13 +596,13 @@ void CreateSlideshow(int width, int height) {
   show.SetImageDelay(static_cast<std::int32_t>(ss->ImageDelay * 1000.0));
   const double aspect = 2.0 * height / width;
   show.SetEdges(static_cast<float>(aspect * 0.5), static_cast<float>(aspect * -0.5));
-  show.SetMaxTextureSize(kDefaultTextureSize);
+  show.SetMaxTextureSize(MaxTextureSize);
   show.SetDisplayBits(RequestedMode.bits);
   show.LoadBundle(BundlePath.c_str());
   show.SetTileTextures(true);
   show.SetCramImages(ss->CramImages != 0);
   show.SetCramSize(ss->CramSize);
-  show.SetZoomRate(static_cast<float>((8.0 / ss->ImageDelay) * 0.0003));
+  show.SetZoomRate(static_cast<float>(kZoomSeconds / ss->ImageDelay * double{kZoomRate}));
   show.SetRoundUp(false);
 }
 
@@ -668,10 +680,9 @@ bool initStates(int width, int height) {
   LOG_FUNCTION("initStates");
   std::srand(static_cast<unsigned>(std::time(nullptr)));
   if (!OpenSlideBundle()) return false;
-  // Fast mode is the one road to the screen that this version has.
-  if (!ss->FastMode) return false;
+  if (!ss->FastMode && !CreateGraphicsDevice(width, height)) return false;
   CreateSlideshow(width, height);
-  StartFastShow(width, height);
+  if (ss->FastMode) StartFastShow(width, height);
   return true;
 }
 
@@ -679,10 +690,16 @@ bool initStates(int width, int height) {
 
 namespace {
 
+// Without a counter the first reading of the clock may be huge.
+std::int32_t WholeFrameMs() {
+  constexpr double kLongestFrameMs = 1e9;
+  return static_cast<std::int32_t>(std::min(FrameMs, kLongestFrameMs));
+}
+
 // The picture stands for its delay; then the prepared one comes with a random
 // wipe, and the next good one is decoded while it stands.
 void RunFastStep() {
-  SlideMs += static_cast<std::int32_t>(FrameMs);
+  SlideMs += WholeFrameMs();
   WaitMs(1.0f);
   if (SlideMs < ss->ImageDelay * 1000.0) return;
   ShowPreparedSlide();
@@ -692,12 +709,25 @@ void RunFastStep() {
   if (!StepToGoodSlide()) GiveUpForWantOfImages();
 }
 
+// Nothing brings a lost surface back: the session ends as by a key.
+void EndIfInvalidated() {
+  if (!gGraphicsLayer || !gGraphicsLayer->IsLost()) return;
+  LOG_ERROR("Screensaver terminated due to graphics subsystem invalidation");
+  CloseSaver();
+}
+
 }  // namespace
 
 void RenderFrame() {
   FrameMs = FrameTimer.ElapsedMsExact();
   CountFrame(FrameMs);
-  RunFastStep();
+  AdjustQuality(*ss, *gSlideshow);
+  TakeSample();
+  if (ss->FastMode)
+    RunFastStep();
+  else
+    RenderDirect3DFrame(WholeFrameMs());
+  EndIfInvalidated();
 }
 
 // === Tear-down ==============================================================
@@ -714,8 +744,12 @@ void CleanUp() {
   LOG_INFO("Deleting slideshow object");
   delete gSlideshow;
   gSlideshow = nullptr;
-  LOG_INFO("Deleting fast mode device contexts");
-  DeleteFastContexts();
+  if (ss->FastMode) {
+    LOG_INFO("Deleting fast mode device contexts");
+    DeleteFastContexts();
+  } else {
+    DeleteGraphics();
+  }
   LOG_INFO("Deleting slide bundles");
   delete SlideBundle;
   SlideBundle = nullptr;

@@ -37,13 +37,14 @@ void DoSaver(HWND hparwnd, int show);
 // procedure then acts on.
 void CloseSaver();
 
-// Builds the content objects for a screen of that size, px, and in fast mode
-// shows the first picture. False ends the session with a box.
+// Builds the content objects for a screen of that size, px; then makes the
+// graphics device, or in fast mode shows the first picture. False ends the
+// session with a box.
 bool initStates(int width, int height);
-// One turn of the main loop.
+// One turn of the main loop. Throws cGameError.
 void RenderFrame();
 void ShutdownSound();
-// Takes down, in order: wallpaper, show, device contexts, bundle.
+// Takes down, in order: wallpaper, show, device contexts or graphics, bundle.
 void CleanUp();
 
 // --- Windows ---

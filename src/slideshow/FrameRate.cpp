@@ -4,6 +4,7 @@
 
 std::int32_t FpsFrames = 0;
 std::int32_t FpsMs = 0;
+std::int32_t RunMs = 0;
 std::int32_t FpsSamples = 0;
 float FpsNow = 0;
 float FpsSum = 0;
@@ -12,13 +13,23 @@ float AverageFps = 100.0f;
 namespace {
 
 constexpr std::int32_t kSampleMs = 250;
-constexpr double kLongestSampleMs = 1e9;  // a machine without a counter starts with a huge frame
+// A machine without a counter starts with a huge frame, and a run may be longer
+// than its milliseconds can be counted.
+constexpr double kLongestMs = 1e9;
+
+std::int32_t Sum(std::int32_t ms, double frameMs) {
+  return static_cast<std::int32_t>(std::min(ms + frameMs, kLongestMs));
+}
 
 }  // namespace
 
 void CountFrame(double frameMs) {
   ++FpsFrames;
-  FpsMs = static_cast<std::int32_t>(std::min(FpsMs + frameMs, kLongestSampleMs));
+  FpsMs = Sum(FpsMs, frameMs);
+  RunMs = Sum(RunMs, frameMs);
+}
+
+void TakeSample() {
   if (FpsMs < kSampleMs) return;
   FpsNow = static_cast<float>(1000.0 / FpsMs * FpsFrames);
   FpsMs -= kSampleMs;

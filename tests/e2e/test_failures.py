@@ -40,10 +40,17 @@ def test_missing_bundle_is_told_and_the_session_ends(desktop):
     assert "Could not open the image bundle!" in desktop.log()
 
 
-def test_outside_fast_mode_the_session_ends_with_the_prompt(desktop, four_pictures):
+def test_without_a_direct3d_device_the_session_ends_with_the_prompt(desktop, four_pictures):
+    """There is no way back to fast mode by itself: the prompt recommends it."""
     desktop.settings(FastMode=0)
     desktop.slides(four_pictures)
-    assert_failed_session(desktop.start("/s"))
+    desktop.hand.set_text("HKCU", r"Software\Wine\Direct3D", "renderer", "no3d")
+    try:
+        assert_failed_session(desktop.start("/s"))
+        assert "CreateDevice failed" in desktop.log()
+        assert desktop.setting_dword("FastMode") == 0
+    finally:
+        desktop.hand.delete_tree("HKCU", r"Software\Wine\Direct3D")
 
 
 def test_critical_error_stands_in_the_registry_while_the_box_is_up(desktop):

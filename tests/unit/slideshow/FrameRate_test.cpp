@@ -7,12 +7,15 @@ namespace {
 class FrameRate : public testing::Test {
  protected:
   void SetUp() override {
-    FpsFrames = FpsMs = FpsSamples = 0;
+    FpsFrames = FpsMs = RunMs = FpsSamples = 0;
     FpsNow = FpsSum = 0;
     AverageFps = 100.0f;
   }
   static void Count(int frames, double ms) {
-    for (int n = 0; n < frames; ++n) CountFrame(ms);
+    for (int n = 0; n < frames; ++n) {
+      CountFrame(ms);
+      TakeSample();
+    }
   }
 };
 
@@ -55,10 +58,17 @@ TEST_F(FrameRate, FractionsOfAMillisecondAreCutOffAtEachFrame) {
   EXPECT_EQ(FpsMs, 10);
 }
 
+TEST_F(FrameRate, TheRunsTimeGoesOnOverAllSamples) {
+  Count(10, 100.9);
+  EXPECT_EQ(RunMs, 1000);
+  Count(3, 1e12);
+  EXPECT_GT(RunMs, 1000);
+}
+
 TEST_F(FrameRate, TheAverageIsThePlainMeanOfAllSamples) {
-  CountFrame(1000.0);  // 1 frame a second; 750 ms are left over
+  Count(1, 1000.0);  // 1 frame a second; 750 ms are left over
   EXPECT_EQ(AverageFps, 1.0f);
-  CountFrame(250.0);   // 1 in 1000 again
+  Count(1, 250.0);   // 1 in 1000 again
   EXPECT_EQ(AverageFps, 1.0f);
   FpsMs = 0;
   Count(5, 50.0);      // 20 a second
@@ -67,7 +77,7 @@ TEST_F(FrameRate, TheAverageIsThePlainMeanOfAllSamples) {
 }
 
 TEST_F(FrameRate, ASlowStartStaysInTheAverage) {
-  CountFrame(250.0);  // 4 a second
+  Count(1, 250.0);  // 4 a second
   Count(250, 10.0);   // ten samples of 100
   EXPECT_EQ(FpsSamples, 11);
   EXPECT_FLOAT_EQ(AverageFps, 1004.0f / 11.0f);

@@ -1,0 +1,12 @@
+#pragma once
+// Automatic performance: a show that is slow while its first slides stand has
+// its further pictures made smaller. Main thread.
+
+struct SaverSettings;
+class Slideshow;
+
+// Looks at the run's time and the frame rate so far. In three windows of a
+// second each, by RunMs, an average below 20 frames a second limits the pictures
+// that `show` loads from now on; after the last window AutoPerformance is
+// cleared in `settings`, in memory only. Direct3D path only.
+void AdjustQuality(SaverSettings& settings, Slideshow& show);
