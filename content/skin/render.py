@@ -9,8 +9,11 @@ pixel. Knobs and mask are drawings of their own.
 import argparse
 import pathlib
 import shutil
+import struct
 import subprocess
 import sys
+
+from PIL import Image
 
 from drawing import pixels
 
@@ -28,7 +31,18 @@ MASK = "toggle_mask_3"
 
 def save_jpeg(image, path):
     """Near to lossless: the program shows cuts of one picture beside cuts of another."""
-    image.save(path, "JPEG", quality=98, subsampling="4:4:4", optimize=True)
+    image.save(path, "JPEG", quality=100, subsampling="4:4:4", optimize=True)
+
+
+def save_mask(image, path):
+    """A BMP of one bit a pixel, bottom row first; 0 is black."""
+    rows = image.convert("1", dither=Image.Dither.NONE).transpose(Image.Transpose.FLIP_TOP_BOTTOM)
+    stride = (image.width + 31) // 32 * 4
+    bits = rows.tobytes("raw", "1", stride)
+    start = 14 + 40 + 8
+    file_header = struct.pack("<2sIHHI", b"BM", start + len(bits), 0, 0, start)
+    info = struct.pack("<IiiHHIIiiII", 40, image.width, image.height, 1, 1, 0, len(bits), 0, 0, 2, 0)
+    path.write_bytes(file_header + info + b"\0\0\0\0" + b"\xff\xff\xff\0" + bits)
 
 
 def cut(image, left, top, width, height):
@@ -46,7 +60,7 @@ def render_window(out):
 def render_small_parts(out):
     for name in KNOBS:
         save_jpeg(pixels(HERE / f"{name}.svg"), out / f"{name}.jpg")
-    pixels(HERE / f"{MASK}.svg").convert("1", dither=0).save(out / f"{MASK}.bmp")
+    save_mask(pixels(HERE / f"{MASK}.svg"), out / f"{MASK}.bmp")
 
 
 def require_font():

@@ -14,35 +14,14 @@ import numpy
 import pytest
 from PIL import Image
 
+from bundles import read_bundle, read_text
+
 SOURCE = pathlib.Path(os.environ["VELMORA_SOURCE_DIR"])
 BUNDLE = pathlib.Path(os.environ["VELMORA_SAMPLE_BUNDLE"])
 CACHED = pathlib.Path(pathlib.Path(os.environ["VELMORA_PICTURES_STAMP"]).read_text().strip())
 RENDER = SOURCE / "content/pictures/render.py"
 
 Dims = collections.namedtuple("Dims", "width height focus_x focus_y")
-
-
-def read_text(data, position):
-    end = data.index(b"\0", position)
-    return data[position:end].decode("cp1252"), end + 1
-
-
-def read_bundle(data):
-    """{category: {member: bytes}}, read from the layout itself, not with the product's reader."""
-    (start,) = struct.unpack_from("<I", data, len(data) - 4)
-    directory, position = {}, start
-    category = None
-    while position < len(data) - 4:
-        if data[position : position + 1] == b"?":
-            name, position = read_text(data, position + 1)
-            category = directory.setdefault(name, {})
-        else:
-            name, position = read_text(data, position)
-            offset, size = struct.unpack_from("<II", data, position)
-            position += 8
-            assert offset + size <= start
-            category[name] = data[offset : offset + size]
-    return directory
 
 
 def read_dims(record):
