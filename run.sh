@@ -3,7 +3,9 @@
 #
 #   ./run.sh [options]
 #
-# With a display the show opens there; a key, a click or the mouse ends it.
+# With a display the show opens there; a key, a click or the mouse ends it, but
+# for the arrow keys, which steer the music: right and left for the next and the
+# previous track, up to start it again, down to pause and go on.
 # Without one it runs on a display that nobody sees, and leaves a contact sheet,
 # out/show.png, and the program's log, out/VelmoraLog.txt.
 #
@@ -109,9 +111,10 @@ prepare() {
 
 # Ends with this script, however that ends: the programs in the prefix, and the
 # display if it is ours.
-display_pid= work=
+display_pid= work= kept_music=
 clean_up() {
   trap - EXIT INT TERM
+  [ -z "$kept_music" ] || store PlayMusic REG_DWORD "$kept_music" || true
   [ -z "$prefix" ] || tools/wine-prefix.sh stop "$prefix" || true
   [ -z "$display_pid" ] || kill "$display_pid" 2> /dev/null || true
   [ -z "$work" ] || rm -rf "$work"
@@ -124,12 +127,36 @@ trap 'exit 143' TERM
 
 has_display() { [ -n "${DISPLAY:-}" ] && xdpyinfo > /dev/null 2>&1; }
 
+# A sound server with a real output, or a sound card. Asking must not start a
+# server, nor wait for one that hangs.
+has_sound() {
+  local sink
+  sink=$(PULSE_CLIENTCONFIG=<(echo "autospawn = no") timeout 3 pactl get-default-sink 2> /dev/null) || sink=
+  [[ -n $sink && $sink != auto_null ]] || compgen -G '/dev/snd/pcm*p' > /dev/null
+}
+
+# Without a device the program would say so in a box that somebody has to close.
+# The setting comes back at the end.
+do_without_music() {
+  say "there is no sound device here: the show is silent"
+  kept_music=$(wine reg query "$settings_key" /v PlayMusic 2> /dev/null |
+    tr -d '\r' | awk '$1 == "PlayMusic" { print $3 }') || true
+  kept_music=${kept_music:-1}
+  store PlayMusic REG_DWORD 0
+}
+
 run_on_display() {
+  local sound=1
+  has_sound || sound=0
   prepare show
   local desktop=() what=/s
   [ -z "$size" ] || desktop=(explorer "/desktop=Velmora,$size")
-  [ "$config" = 0 ] || what=/c
-  say "starting; a key, a click or the mouse ends the show"
+  if [ "$config" = 1 ]; then
+    what=/c
+  elif [ "$sound" = 0 ]; then
+    do_without_music
+  fi
+  say "starting; the arrow keys steer the music, any other key, a click or the mouse ends the show"
   wine "${desktop[@]}" "$folder/Velmora2.scr" "$what" &
   wait $!
 }
@@ -159,7 +186,7 @@ run_unseen() {
   store PlayMusic REG_DWORD 0
   mkdir -p "$out"
   rm -f "$(log_file)" "$out/show.png" "$out/VelmoraLog.txt"
-  say "no display: watching the show on one of its own, ${size:-1024x768}"
+  say "no display: watching the show on one of its own, ${size:-1024x768}, without music"
   wine "$folder/Velmora2.scr" /s &
   local show=$! status=0
   /usr/bin/python3 -B tools/contact_sheet.py "$work" "$out/show.png" --pid "$show" \

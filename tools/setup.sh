@@ -25,7 +25,7 @@ PACKAGES=(
   fonts-liberation fonts-wine
   # Sound: a server whose output the tests record, Wine's road to it, and the
   # decoders that the system's own playing of files draws on
-  pulseaudio pulseaudio-utils libasound2-plugins:i386 sox
+  pulseaudio pulseaudio-utils libasound2-plugins:i386 sox vorbis-tools
   gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386
   gstreamer1.0-plugins-ugly:i386 gstreamer1.0-libav:i386
 )

@@ -21,12 +21,14 @@
 #include "app/Monitors.h"
 #include "app/OsVersion.h"
 #include "app/Paths.h"
+#include "app/SessionMusic.h"
 #include "app/Wallpaper.h"
 #include "base/Logger.h"
 #include "base/win_owned.h"
 #include "bundle/VFBundle.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
+#include "music/MusicPlayer.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
 #include "slideshow/AutoPerformance.h"
@@ -270,6 +272,14 @@ namespace {
 
 constexpr char kModeNotSupported[] =
     "The Requested Display Mode Is Not Supported By\nYour Video Card.";
+constexpr char kNoSoundTitle[] = "Error initializing sound";
+constexpr char kNoSoundText[] =
+    "An error was encountered while initializing the sound subsystem.\n\n"
+    "Possible causes include:\n"
+    "-A file may be corrupt and you need to re-install the screensaver\n"
+    "-You may have a corrupt music file in your playlist, try clearing your playlist\n"
+    "-Your hardware drivers may be out of date, try installing the latest drivers.\n\n"
+    "If all else fails, try disabling music and contact support.";
 constexpr DWORD kFrameSleepMs = 5;  // leaves processor time to background threads
 
 DEVMODEA EmptyMode() {
@@ -431,6 +441,13 @@ void AbandonSession(HWND hparwnd, const char* boxText) {
   ShowSessionError(boxText, "ERROR");
 }
 
+// A session without sound goes on, and its end shows the critical error prompt.
+void StartSound(HWND hparwnd) {
+  if (!ss->PlayMusic || initSound()) return;
+  SetCriticalError(1);
+  MessageBoxA(hparwnd, kNoSoundText, kNoSoundTitle, MB_ICONERROR);
+}
+
 // Registers, opens and builds all that the main loop needs. False if the
 // session is over already.
 bool SetUpSession(HWND hparwnd, int show) {
@@ -467,6 +484,7 @@ bool SetUpSession(HWND hparwnd, int show) {
     AbandonSession(hparwnd, "Problem encountered in initD3D().");
     return false;
   }
+  StartSound(hparwnd);
   LOG_INFO("Showing window via ShowWindow()");
   ChildWindows.ShowChildWindows(show);
   ShowWindow(hScrWindow, show);
@@ -735,6 +753,7 @@ void RenderFrame() {
 void ShutdownSound() {
   LOG_FUNCTION("ShutdownSound()");
   ss->PlayMusic = 0;
+  gMusicPlayer.Close();
   LOG_INFO("Successfully exiting ShutdownSound()");
 }
 
@@ -777,7 +796,9 @@ void OnMouseMove() {
 
 // Keys, and mouse buttons with their mask.
 void OnKey(WPARAM key) {
-  if (ActionOfKey(key) != KeyAction::EndSaver || !ExitRulesApply()) return;
+  const KeyAction action = ActionOfKey(key);
+  SteerMusic(action);
+  if (action != KeyAction::EndSaver || !ExitRulesApply()) return;
   LOG_INFO("Key pressed -- Quitting screensaver");
   CloseSaver();
 }

@@ -30,12 +30,12 @@ def bundle_bytes(categories, before=b""):
     return bytes(body) + bytes(directory) + struct.pack("<I", len(body))
 
 
-def slide_bundle(pictures, captions=()):
+def slide_bundle(pictures, captions=(), music=()):
     """The bundle of a show: `pictures` have name, width, height and data.
 
     A picture whose `data` isn't a picture at all is a broken one. `captions`
     are (picture name, text); with none there is one empty record, since a
-    catalogue has at least one.
+    catalogue has at least one. `music` are (member, bytes).
     """
     captions = list(captions) or [(pictures[0].name, "")]
     return bundle_bytes([
@@ -43,4 +43,5 @@ def slide_bundle(pictures, captions=()):
         ("dims", [(f"{n}.dim", dims_record(p.name, p.width, p.height))
                   for n, p in enumerate(pictures)]),
         ("caps", [(f"{n}.cap", caps_record(*caption)) for n, caption in enumerate(captions)]),
+        *([("music", list(music))] if music else []),
     ])
