@@ -40,6 +40,7 @@ inline void Key(HKEY h) { RegCloseKey(h); }
 inline void Dc(HDC h) { DeleteDC(h); }
 inline void Bitmap(HBITMAP h) { DeleteObject(h); }
 inline void Font(HFONT h) { DeleteObject(h); }
+inline void Brush(HBRUSH h) { DeleteObject(h); }
 }  // namespace closers
 
 using KernelHandle = Owned<HANDLE, closers::Kernel>;
@@ -48,6 +49,7 @@ using RegKey = Owned<HKEY, closers::Key>;
 using MemDc = Owned<HDC, closers::Dc>;
 using GdiBitmap = Owned<HBITMAP, closers::Bitmap>;
 using GdiFont = Owned<HFONT, closers::Font>;
+using GdiBrush = Owned<HBRUSH, closers::Brush>;
 
 // An entry point of a loaded library, or null.
 template <class Function>

@@ -1,5 +1,6 @@
 #include "graphics/cTexture.h"
 
+#include "graphics/LockedSurface.h"
 #include "graphics/MipMaps.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
@@ -83,32 +84,6 @@ ComRef<IDirectDrawSurface7> NextLevel(IDirectDrawSurface7* level) {
   if (FAILED(level->GetAttachedSurface(&caps, next.put()))) return {};
   return next;
 }
-
-// A surface's memory, locked for the length of one scope.
-class LockedSurface {
- public:
-  explicit LockedSurface(IDirectDrawSurface7* surface) : surface_(surface) {
-    description_ = EmptyDescription();
-    locked_ = SUCCEEDED(surface->Lock(nullptr, &description_, DDLOCK_WAIT, nullptr));
-  }
-  ~LockedSurface() {
-    if (locked_) surface_->Unlock(nullptr);
-  }
-  LockedSurface(const LockedSurface&) = delete;
-  LockedSurface& operator=(const LockedSurface&) = delete;
-
-  explicit operator bool() const { return locked_; }
-  const DDSURFACEDESC2& Description() const { return description_; }
-  PixelBlock Pixels() const {
-    return {static_cast<unsigned char*>(description_.lpSurface), description_.lPitch,
-            description_.dwWidth, description_.dwHeight};
-  }
-
- private:
-  IDirectDrawSurface7* surface_;
-  DDSURFACEDESC2 description_;
-  bool locked_;
-};
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }

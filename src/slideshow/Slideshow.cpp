@@ -72,6 +72,10 @@ Slideshow::~Slideshow() {
   oldSlide.reset();
   current.reset();
   next.reset();
+  captionFront.reset();
+  captionBack.reset();
+  tilesBack.reset();
+  tilesFront.reset();
   DeleteAll(slides);
   DeletePlaylist();
   DeleteLoaders();
@@ -113,6 +117,7 @@ void Slideshow::SetImages(VFFILECAT* categories, std::int32_t categoryCount,
     ShuffleSlides();
   else
     BuildInOrder();
+  CreateCaptions();
 }
 
 std::int32_t Slideshow::FindDims(const VFFILE* file) const {

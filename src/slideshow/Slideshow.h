@@ -5,7 +5,7 @@
 // only.
 //
 // Slideshow.cpp has the catalogue and the order, SlideshowUpdate.cpp the course
-// of the show, SlideshowDraw.cpp its drawing.
+// of the show, SlideshowDraw.cpp its drawing, SlideshowCaptions.cpp the captions.
 
 #include "base/LinkedList.h"
 #include "base/Timers.h"
@@ -13,6 +13,8 @@
 #include "bundle/VFBundle.h"
 #include "graphics/DirectX7.h"
 #include "slideshow/CSlideImage.h"
+#include "slideshow/CTextSurface.h"
+#include "slideshow/CaptionQuad.h"
 
 #include <array>
 #include <cstdint>
@@ -64,7 +66,8 @@ class Slideshow {
   // the bundle can't be opened or has no `image`, `dims` or `caps`.
   bool LoadBundle(const char* path);
   // Stores where the slides come from and what is known of them, then builds
-  // the list. Null `categories` changes nothing.
+  // the list, and with captions on and a graphics layer their surfaces. Null
+  // `categories` changes nothing. Throws cGameError if a surface can't be made.
   void SetImages(VFFILECAT* categories, std::int32_t categoryCount,
                  std::unique_ptr<SlideDims[]> dims, std::int32_t dimsCount,
                  std::unique_ptr<SlideCaption[]> captions, std::int32_t captionCount);
@@ -119,13 +122,14 @@ class Slideshow {
 
  private:
   using Colour = std::array<float, 3>;  // red, green, blue; 1.0 is full
+  enum class CaptionSlot { Front, Back };
 
   void BuildInOrder();
   void DeletePlaylist();
   VFFILE* ShowingFile();
 
   void AdvanceSlide();
-  void StartLoader();
+  void StartLoader(CaptionSlot captionSlot);
   void RemoveLoader(LinkedListNode<CImgLoadThread*>* node);
   void DeleteLoaders();
   CImgLoadThread* ReadyLoader() const;
@@ -146,6 +150,20 @@ class Slideshow {
   void DrawCurrent();
   void DrawNext();
 
+  void CreateCaptions();
+  void SetCaptionColours(CTextSurface& caption) const;
+  std::unique_ptr<cTexture[]> MakeCaptionTiles() const;
+  void SetCaptionText(CTextSurface& caption) const;
+  void PlaceCaptions();
+  std::int32_t CaptionTileCount() const { return captionColumns * captionRows; }
+  std::int32_t CaptionBits() const { return captionAlpha ? 32 : 16; }
+  void RenderCaption(CaptionSlot slot, const VFFILE* file);
+  void TickCaptions();
+  void FinishCaptionCopies();
+  void SwapCaptions();
+  float CurrentCaptionAlpha() const;
+  void DrawCaption(CaptionSlot slot, float alpha);
+
   VFBUNDLE bundle;
   VFFILECAT* dimsCategory = nullptr;
   VFFILECAT* capsCategory = nullptr;
@@ -157,6 +175,7 @@ class Slideshow {
   bool randomOrder = true;
   bool inTransition = false;
   bool openingFade = true;            // the first slide is fading up
+  bool captionAlpha = false;          // the card has a texture format with alpha
   bool mipMap = false;
   bool roundUp = false;
   bool tileTextures = true;
@@ -193,10 +212,24 @@ class Slideshow {
   std::int32_t handoverDebt = 0;      // ms of it that the next frame doesn't count
   bool midFadeSwapped = false;        // this fade has changed the picture
 
+  // The front set shows the present slide's text, the back set the next one's.
+  // There are none without captions and in fast mode.
+  std::unique_ptr<CTextSurface> captionFront;
+  std::unique_ptr<CTextSurface> captionBack;
+  std::unique_ptr<cTexture[]> tilesBack;
+  std::unique_ptr<cTexture[]> tilesFront;
+  std::int32_t captionColumns = 0;
+  std::int32_t captionRows = 0;
   std::string captionFontName;
-  std::int32_t captionQuality = 0;
-  std::int32_t captionFontSize = 0;
-  std::int32_t captionOrientation = 0;
+  std::int32_t captionQuality = 0;    // as CreateFontA takes it
+  std::int32_t captionFontSize = 0;   // negative, px
+  std::int32_t captionOrientation = 0;  // 0 left, 1 centred, 2 right
   bool captionItalic = false;
   bool captionBold = false;
+  CaptionQuad quadFront;
+  CaptionQuad quadBack;
+  float frontHeight = 0;              // of the text with its margin, world units
+  float backHeight = 0;
+  std::int32_t captionCanvasWidth = 896;   // px
+  std::int32_t captionCanvasHeight = 256;
 };

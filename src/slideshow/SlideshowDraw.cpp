@@ -5,6 +5,14 @@
 #include "graphics/cGraphicsLayer.h"
 #include "slideshow/Slideshow.h"
 
+namespace {
+
+// Steep at both ends of a crossfade, for two texts one over the other can't be
+// read.
+float FourthPower(float value) { return value * value * value * value; }
+
+}  // namespace
+
 void Slideshow::Draw() {
   if (!current) return;
   DrawCurrent();
@@ -28,6 +36,12 @@ void Slideshow::DrawCurrent() {
     SetMaterial(colour, colour, 1.0f);
   }
   current->Draw();
+  DrawCaption(CaptionSlot::Front, CurrentCaptionAlpha());
+}
+
+float Slideshow::CurrentCaptionAlpha() const {
+  if (openingFade || !crossfade) return colour[0];
+  return inTransition ? FourthPower(1 - blend) : 1.0f;
 }
 
 void Slideshow::DrawNext() {
@@ -39,4 +53,5 @@ void Slideshow::DrawNext() {
   device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
   device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
   next->Draw();
+  DrawCaption(CaptionSlot::Back, FourthPower(blend));
 }

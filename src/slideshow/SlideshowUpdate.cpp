@@ -17,6 +17,7 @@ void Slideshow::Update(std::int32_t dt) {
   clock += dt;
   if (!current && !UpdateWaiting(dt)) return;
   if (CImgLoadThread* loader = ReadyLoader()) loader->Step();
+  TickCaptions();
   UpdateOpeningFade(dt);
   if (inTransition)
     UpdateTransition(dt);
@@ -38,8 +39,9 @@ CImgLoadThread* Slideshow::ReadyLoader() const {
   return loader && loader->IsDecoded() ? loader : nullptr;
 }
 
-// Has the picture under the list's cursor loaded in the background.
-void Slideshow::StartLoader() {
+// Has the picture under the list's cursor loaded in the background, and its
+// caption drawn.
+void Slideshow::StartLoader(CaptionSlot captionSlot) {
   if (!playlist.cursor) return;
   const PlaylistElement& slide = *playlist.Current();
   auto* loader = new CImgLoadThread;
@@ -52,6 +54,7 @@ void Slideshow::StartLoader() {
   loader->SetTiled(tileTextures);
   loader->SetCram(cramImages);
   loader->SetCramSize(cramSize);
+  RenderCaption(captionSlot, slide.file);
   loader->Begin(static_cast<std::uint32_t>(clock));
 }
 
@@ -85,7 +88,7 @@ void Slideshow::SweepFailedLoaders() {
   }
   if (loaders.head) return;
   AdvanceSlide();
-  StartLoader();
+  StartLoader(CaptionSlot::Back);
 }
 
 // --- Waiting for the first picture ---
@@ -94,7 +97,7 @@ void Slideshow::SweepFailedLoaders() {
 // can't be loaded isn't swept away, so the screen then stays black.
 bool Slideshow::UpdateWaiting(std::int32_t dt) {
   if (!loaders.head) {
-    StartLoader();
+    StartLoader(CaptionSlot::Front);
     AdvanceSlide();
     return true;
   }
@@ -106,7 +109,7 @@ bool Slideshow::UpdateWaiting(std::int32_t dt) {
   current = loader->Finish();
   PrepareMotion(*current, nullptr, Motion());
   RemoveLoader(loaders.head);
-  StartLoader();
+  StartLoader(CaptionSlot::Back);
   return true;
 }
 
@@ -195,7 +198,8 @@ void Slideshow::TakeOver() {
   oldSlide = std::move(current);
   current = std::move(next);
   oldSlide.reset();
-  StartLoader();
+  SwapCaptions();
+  StartLoader(CaptionSlot::Back);
 }
 
 // What the change of slides took would otherwise reach the next frame as one

@@ -221,6 +221,23 @@ TEST_F(ShowDraw, ASteadyFrameAllocatesNothing) {
   EXPECT_EQ(AllocationCount::Count() - before, 0);
 }
 
+TEST_F(ShowDraw, ASteadyFrameWithACaptionAllocatesNothing) {
+  show->SetShowCaptions(true);
+  show->SetCaptionFontName("Arial");
+  show->SetCaptionFontSize(-22);
+  LoadTwo();
+  FinishOpening();
+  for (int tile = 0; tile < 10; ++tile) show->Update(1);
+  show->Draw();
+  const AllocationCount allocations;
+  for (int frame = 0; frame < 100; ++frame) {
+    show->Update(16);
+    gGraphicsLayer->Clear(true, false, 0, 1.0f);
+    show->Draw();
+  }
+  EXPECT_EQ(AllocationCount::Count(), 0);
+}
+
 TEST_F(ShowDraw, AFrameOfATransitionAllocatesNothing) {
   Load({FlatSlide("a", kFirst, 1024, 512), FlatSlide("b", kSecond, 1024, 512)});
   FinishOpening();

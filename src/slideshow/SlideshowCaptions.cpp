@@ -1,0 +1,157 @@
+// The captions on the Direct3D path. There are two sets of textures, since the
+// next slide's text has to be ready before its slide comes up: the front set is
+// the present slide's, and they change places when a slide takes over.
+
+#include "graphics/Matrix.h"
+#include "graphics/cGraphicsLayer.h"
+#include "slideshow/Slideshow.h"
+
+#include <utility>
+
+namespace {
+
+constexpr float kQuadWidth = 1.5f;         // world units: three quarters of the screen
+constexpr std::int32_t kTextMargin = 10;   // px of the canvas, below the text
+constexpr std::int32_t kShadowOffset = 2;  // px of the canvas
+constexpr std::int32_t kOpaqueLevel = 10;  // the shadow's brightness; all above it is opaque, too
+constexpr std::int32_t kMipLevels = 4;
+constexpr std::int32_t kOrientations = 3;
+constexpr COLORREF kWhite = 0xFFFFFF;
+
+// Moves the world up by `distance` for the length of one scope.
+class Raised {
+ public:
+  explicit Raised(float distance) : distance_(distance) { Shift(distance_); }
+  ~Raised() { Shift(-distance_); }
+  Raised(const Raised&) = delete;
+  Raised& operator=(const Raised&) = delete;
+
+ private:
+  static void Shift(float y) {
+    D3DMATRIX world{};
+    gGraphicsLayer->GetWorldMatrix(world);
+    AddTranslation(world, 0, y, 0);
+    gGraphicsLayer->SetWorldMatrix(world);
+  }
+  float distance_;
+};
+
+}  // namespace
+
+// --- Set-up ---
+
+void Slideshow::CreateCaptions() {
+  if (!showCaptions || !gGraphicsLayer) return;
+  captionFront = std::make_unique<CTextSurface>();
+  captionBack = std::make_unique<CTextSurface>();
+  const cTexture asksForFormats;
+  captionAlpha = cTexture::HasFormat(32) && cTexture::HasAlphaFormat();
+  for (CTextSurface* caption : {captionFront.get(), captionBack.get()}) {
+    caption->SetFormat(DT_CENTER | DT_WORDBREAK);
+    caption->SetSize(captionCanvasWidth, captionCanvasHeight, maxTextureSize, CaptionBits());
+  }
+  captionColumns = captionFront->GetColumns();
+  captionRows = captionFront->GetRows();
+  SetCaptionColours(*captionFront);
+  SetCaptionColours(*captionBack);
+  tilesBack = MakeCaptionTiles();
+  tilesFront = MakeCaptionTiles();
+  SetCaptionText(*captionFront);
+  SetCaptionText(*captionBack);
+  PlaceCaptions();
+}
+
+void Slideshow::PlaceCaptions() {
+  const float quadHeight = kQuadWidth * static_cast<float>(captionCanvasHeight) /
+                           static_cast<float>(captionCanvasWidth);
+  quadFront.SetSize(kQuadWidth, quadHeight);
+  quadBack.SetSize(kQuadWidth, quadHeight);
+  quadFront.Build(captionColumns, captionRows, tilesFront.get());
+  quadBack.Build(captionColumns, captionRows, tilesBack.get());
+}
+
+std::unique_ptr<cTexture[]> Slideshow::MakeCaptionTiles() const {
+  const auto count = static_cast<std::size_t>(CaptionTileCount());
+  auto tiles = std::make_unique<cTexture[]>(count);
+  for (std::size_t n = 0; n < count; ++n)
+    tiles[n].Create(captionCanvasWidth / captionColumns, captionCanvasHeight / captionRows,
+                    CaptionBits(), 0, mipMap ? kMipLevels : 1);
+  return tiles;
+}
+
+void Slideshow::SetCaptionColours(CTextSurface& caption) const {
+  caption.SetBackground(0);
+  caption.SetShadow(true);
+  caption.SetShadowOffset(kShadowOffset);
+  caption.SetAlphaScale(kOpaqueLevel);
+  caption.SetAlphaFromBrightness(captionAlpha);
+}
+
+// Leaves the surface ready for its texts, a first empty one behind it.
+void Slideshow::SetCaptionText(CTextSurface& caption) const {
+  const bool known = captionOrientation >= 0 && captionOrientation < kOrientations;
+  caption.SetFormat(DT_WORDBREAK | static_cast<std::uint32_t>(known ? captionOrientation : 0));
+  caption.SetFont(captionFontName.c_str(), captionFontSize, 0, captionBold ? FW_BOLD : FW_NORMAL,
+                  kWhite, captionItalic, 0, 0, OUT_TT_PRECIS, captionQuality, 0);
+  caption.Render("", tilesFront.get(), CaptionTileCount());
+  caption.SetIncremental(true);
+}
+
+// --- Text ---
+
+// Draws the text of the slide that is to be loaded. Its textures follow, one a
+// frame.
+void Slideshow::RenderCaption(CaptionSlot slot, const VFFILE* file) {
+  if (!captionFront) return;
+  const bool front = slot == CaptionSlot::Front;
+  CTextSurface& caption = front ? *captionFront : *captionBack;
+  cTexture* tiles = front ? tilesFront.get() : tilesBack.get();
+  const CaptionQuad& quad = front ? quadFront : quadBack;
+  const std::int32_t textHeight =
+      caption.Render(GetCaptionFor(file).text.c_str(), tiles, CaptionTileCount());
+  (front ? frontHeight : backHeight) = static_cast<float>(textHeight + kTextMargin) /
+                                       static_cast<float>(captionCanvasHeight) * quad.GetHeight();
+}
+
+void Slideshow::TickCaptions() {
+  if (!captionFront) return;
+  captionFront->Tick();
+  captionBack->Tick();
+}
+
+// What is drawn must be complete, and a set that changes places must not be
+// written to by the surface that has drawn it.
+void Slideshow::FinishCaptionCopies() {
+  for (CTextSurface* caption : {captionFront.get(), captionBack.get()})
+    while (caption->Tick()) {
+    }
+}
+
+void Slideshow::SwapCaptions() {
+  if (!captionFront) return;
+  FinishCaptionCopies();
+  std::swap(tilesBack, tilesFront);
+  quadFront.SetTiles(tilesFront.get());
+  quadBack.SetTiles(tilesBack.get());
+  std::swap(frontHeight, backHeight);
+}
+
+// --- Drawing ---
+
+// The text stands at the top of its quad, whose top comes to lie the text's
+// height above the screen's lower edge, however many lines there are. The
+// first slide finds the device's own alpha operation, which knows nothing of
+// the material: its caption would not fade up with it.
+void Slideshow::DrawCaption(CaptionSlot slot, float alpha) {
+  if (!showCaptions || !captionFront) return;
+  const bool front = slot == CaptionSlot::Front;
+  CTextSurface& caption = front ? *captionFront : *captionBack;
+  CaptionQuad& quad = front ? quadFront : quadBack;
+  while (caption.Tick()) {
+  }
+  IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
+  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
+  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
+  const Raised raised(bottomEdge - quad.GetHeight() * 0.5f + (front ? frontHeight : backHeight));
+  quad.Draw(alpha, CaptionBits());
+}
