@@ -172,6 +172,19 @@ void CheckMusic(VFFILECAT& music, Report& report) {
   }
 }
 
+void CheckSkin(VFFILECAT& skin, Report& report) {
+  for (VFFILE* file : MembersOf(skin)) {
+    const MemberBytes bytes(skin, *file);
+    if (!bytes) continue;
+    std::uint32_t width = 0, height = 0;
+    try {
+      MeasurePicture("the bytes", bytes.Get(), width, height);
+    } catch (const PackError& fault) {
+      report.Problem(skin, *file, fault.what());
+    }
+  }
+}
+
 bool HasSlides(VFBUNDLE& bundle) {
   return bundle.FindCategory("image") || bundle.FindCategory("dims") || bundle.FindCategory("caps");
 }
@@ -185,6 +198,7 @@ int VerifyBundle(const Options& options) {
   CheckNames(bundle, report);
   CheckPlaces(bundle, report);
   if (HasSlides(bundle)) CheckSlides(bundle, report);
+  if (VFFILECAT* skin = bundle.FindCategory("skin")) CheckSkin(*skin, report);
   if (VFFILECAT* music = bundle.FindCategory("music")) CheckMusic(*music, report);
   if (report.Problems() > 0) {
     Error(options.file + ": " + std::to_string(report.Problems()) + (report.Problems() == 1 ? " problem" : " problems"));

@@ -50,7 +50,12 @@ TEST_F(Verify, RecordWithoutFlagsIsGood) {
 }
 
 TEST_F(Verify, SkinBundleBehindAProgramIsGood) {
-  EXPECT_EQ(Check(support::BundleWriter().Category("skin").Member("menuskin.jpg", "any").Build(BytesOf("MZ program"))).exitCode, 0);
+  const Bytes program = support::BundleWriter().Category("skin").Member("menuskin.jpg", parts.picture).Build(BytesOf("MZ program"));
+  EXPECT_EQ(Check(program).exitCode, 0);
+}
+
+TEST_F(Verify, SkinPictureThatCannotBeDecodedIsTold) {
+  ExpectProblem(support::BundleWriter().Category("skin").Member("menuskin.jpg", "any").Build(BytesOf("MZ program")), "skin/menuskin.jpg");
 }
 
 // --- Trailer and directory ---
