@@ -1,5 +1,6 @@
 // What the show looks like, and what it asks of the device.
 
+#include "support/AllocationCount.h"
 #include "support/MethodHook.h"
 #include "unit/slideshow/ShowTest.h"
 
@@ -178,47 +179,21 @@ TEST_F(ShowDraw, TheNextSlideIsBlendedByItsMaterial) {
 
 // --- What a frame costs ---
 
-// Every allocation of this program's own code, on any thread.
-class AllocationCount {
- public:
-  AllocationCount() { count_ = 0; }
-  static long Count() { return count_; }
-
- private:
-  static void* __cdecl CountedMalloc(std::size_t size) {
-    InterlockedIncrement(&count_);
-    return REAL_IMPORT("msvcrt.dll", malloc)(size);
-  }
-  static void* __cdecl CountedCalloc(std::size_t number, std::size_t size) {
-    InterlockedIncrement(&count_);
-    return REAL_IMPORT("msvcrt.dll", calloc)(number, size);
-  }
-  static void* __cdecl CountedRealloc(void* memory, std::size_t size) {
-    InterlockedIncrement(&count_);
-    return REAL_IMPORT("msvcrt.dll", realloc)(memory, size);
-  }
-
-  inline static LONG count_ = 0;
-  support::ImportHook malloc_{"msvcrt.dll", "malloc", &CountedMalloc};
-  support::ImportHook calloc_{"msvcrt.dll", "calloc", &CountedCalloc};
-  support::ImportHook realloc_{"msvcrt.dll", "realloc", &CountedRealloc};
-};
-
 TEST_F(ShowDraw, ASteadyFrameAllocatesNothing) {
   Load({FlatSlide("a", kFirst, 1024, 512), FlatSlide("b", kSecond, 1024, 512)});
   FinishOpening();
   for (int tile = 0; tile < 10; ++tile) show->Update(1);
-  const AllocationCount allocations;
+  const support::AllocationCount allocations;
   // The counter itself: it must see what is allocated.
   delete new std::string(100, 'x');
-  ASSERT_GT(AllocationCount::Count(), 0);
-  const long before = AllocationCount::Count();
+  ASSERT_GT(support::AllocationCount::Count(), 0);
+  const long before = support::AllocationCount::Count();
   for (int frame = 0; frame < 100; ++frame) {
     show->Update(16);
     gGraphicsLayer->Clear(true, false, 0, 1.0f);
     show->Draw();
   }
-  EXPECT_EQ(AllocationCount::Count() - before, 0);
+  EXPECT_EQ(support::AllocationCount::Count() - before, 0);
 }
 
 TEST_F(ShowDraw, ASteadyFrameWithACaptionAllocatesNothing) {
@@ -243,14 +218,14 @@ TEST_F(ShowDraw, AFrameOfATransitionAllocatesNothing) {
   FinishOpening();
   StartTransition();
   show->Draw();
-  const AllocationCount allocations;
+  const support::AllocationCount allocations;
   for (int frame = 0; frame < 100; ++frame) {
     show->Update(16);
     gGraphicsLayer->Clear(true, false, 0, 1.0f);
     show->Draw();
   }
   EXPECT_TRUE(show->IsInTransition());
-  EXPECT_EQ(AllocationCount::Count(), 0);
+  EXPECT_EQ(support::AllocationCount::Count(), 0);
 }
 
 }  // namespace
