@@ -1,6 +1,6 @@
 // What the show looks like, and what it asks of the device.
 
-#include "support/AllocationCount.h"
+#include "support/support::AllocationCount.h"
 #include "support/MethodHook.h"
 #include "unit/slideshow/ShowTest.h"
 
@@ -204,13 +204,13 @@ TEST_F(ShowDraw, ASteadyFrameWithACaptionAllocatesNothing) {
   FinishOpening();
   for (int tile = 0; tile < 10; ++tile) show->Update(1);
   show->Draw();
-  const AllocationCount allocations;
+  const support::AllocationCount allocations;
   for (int frame = 0; frame < 100; ++frame) {
     show->Update(16);
     gGraphicsLayer->Clear(true, false, 0, 1.0f);
     show->Draw();
   }
-  EXPECT_EQ(AllocationCount::Count(), 0);
+  EXPECT_EQ(support::AllocationCount::Count(), 0);
 }
 
 TEST_F(ShowDraw, AFrameOfATransitionAllocatesNothing) {
