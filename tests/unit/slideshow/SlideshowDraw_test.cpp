@@ -1,6 +1,6 @@
 // What the show looks like, and what it asks of the device.
 
-#include "support/support::AllocationCount.h"
+#include "support/AllocationCount.h"
 #include "support/MethodHook.h"
 #include "unit/slideshow/ShowTest.h"
 
