@@ -16,6 +16,7 @@
 #include "app/AppDataFolders.h"
 #include "app/CommandLine.h"
 #include "app/Direct3DSession.h"
+#include "app/DpiAwareness.h"
 #include "app/ExitRules.h"
 #include "app/Instance.h"
 #include "app/Monitors.h"
@@ -38,6 +39,7 @@
 #include "slideshow/Wipes.h"
 #include "ui/ConfigDialog.h"
 #include "ui/OpenFileRecords.h"
+#include "ui/resource.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -167,7 +169,7 @@ void RunConfiguration() {
   LOG_INFO("In config mode...Initializing dialog structures.");
   PrepareOpenFileRecords(ParentWindow);
   LOG_INFO("Opening dialog box");
-  DialogBoxParamA(InstanceHandle, MAKEINTRESOURCEA(kConfigDialogId), ParentWindow,
+  DialogBoxParamA(InstanceHandle, MAKEINTRESOURCEA(IDD_CONFIG), ParentWindow,
                   ConfigDialogProc, 0);
 }
 
@@ -231,6 +233,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
   TakeRequest(request);
   FindPaths();
   if (!EnterSingleInstance()) return 0;
+  if (RunMode == RUNMODE_SAVER || RunMode == RUNMODE_PREVIEW) UseRealPixels();
   LoadSettings();
   StartLog();
   if (request.installRequested) {

@@ -1,10 +1,11 @@
 #pragma once
-// The window that opens when the program is started without a switch or with
-// /c. In this version it tells how to start the show; settings are values in
-// the registry.
+// The window in which the user sets all up: a picture cut to its outline, with
+// hand-made controls. OK copies the controls into the settings record and writes
+// it; Cancel drops them. Its buttons open the other dialogs.
+//
+// Opened modally with the dialog resource IDD_CONFIG; its result is 1 for OK and
+// 2 for Cancel. One at a time, on the main thread.
 
 #include "base/win.h"
 
-inline constexpr int kConfigDialogId = 104;  // of the dialog resource
-
-INT_PTR CALLBACK ConfigDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
+INT_PTR CALLBACK ConfigDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);

@@ -337,6 +337,25 @@ TEST_F(Entry, ThePreviewRunsInItsParent) {
   EXPECT_FALSE(user.Get("AvgFps"));
 }
 
+// The dialog is a picture of fixed size, which the system may enlarge.
+TEST_F(Entry, OnlyTheShowAsksForRealPixels) {
+  int asked = 0;
+  HOOK_IMPORT(count, "kernel32.dll", GetProcAddress,
+              [&](HMODULE library, LPCSTR name) -> FARPROC {
+                const bool isDpi = HIWORD(name) && std::string(name).starts_with("SetProcessDp");
+                asked += isDpi;
+                return isDpi ? nullptr : REAL_IMPORT("kernel32.dll", GetProcAddress)(library, name);
+              });
+  onFrame = [&](int) { CloseSaver(); };
+  Start("/c");
+  Start("/a 0");
+  EXPECT_EQ(asked, 0);
+  Start("/p 0");
+  EXPECT_EQ(asked, 1);
+  Start("/s");
+  EXPECT_EQ(asked, 2);
+}
+
 // --- The password ---
 
 struct PasswordChange {

@@ -1,4 +1,4 @@
-#include "app/DisplayModes.h"
+#include "graphics/DisplayModes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
