@@ -88,7 +88,8 @@ pack_pictures() {
   cp -al build/dist "$folder"
   rm -f "$folder/images.bdl"
   wine "$folder/MakeBundle.exe" pack "$(winepath -w "$folder/images.bdl")" \
-    --pictures "$(winepath -w "$pictures")" --captions-from-picture --skip-bad ||
+    --pictures "$(winepath -w "$pictures")" --captions-from-picture --skip-bad \
+    --music "$(winepath -w build/windows-release/content/music)" ||
     fail "the pictures couldn't be packed"
   local count
   count=$(count_pictures)
