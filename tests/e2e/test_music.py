@@ -6,6 +6,9 @@ from harness import bundles, sound
 
 pytestmark = pytest.mark.display(width=320, height=240)
 
+SHORT = 0.8  # s, of tracks that follow each other
+LONG = 40    # s; no track of these ends by itself
+
 TITLE = "Error initializing sound"
 WORDS = (
     "An error was encountered while initializing the sound subsystem.\n\n"
@@ -77,9 +80,105 @@ class Stage:
         self.recording.wait_for_silence(at)
 
 
-def test_built_in_tracks_follow_each_other_for_ever(stage):
-    stage.built_in(("one.ogg", sound.tone(440, 1.5, ".ogg")), ("two.mp2", sound.tone(660, 1.5, ".mp2")),
-                   ("three.wav", sound.tone(990, 1.5, ".wav")))
+def test_tracks_of_both_engines_follow_each_other_for_ever(stage):
+    """The user's own list in its order, then the built-in tracks, then from the start."""
+    stage.built_in(("built-in.ogg", sound.tone(1300, SHORT, ".ogg")),
+                   ("one-more.mp2", sound.tone(1600, SHORT, ".mp2")))
+    stage.playlist(("a.wav", sound.tone(440, SHORT, ".wav")), ("b.mp3", sound.tone(660, SHORT, ".mp3")),
+                   ("c.wma", sound.tone(880, SHORT, ".wma")), ("d.ogg", sound.tone(1100, SHORT, ".ogg")),
+                   default=1)
+    run = stage.start()
+    at = 0.0
+    for hertz in (440, 660, 880, 1100, 1300, 1600, 440):
+        at = stage.recording.wait_for_tone(hertz, at, alive=run.ended)
+    stage.end(run)
+
+
+# --- The keys
+
+SUFFIXES = [".ogg", ".mp3"]  # one for each engine
+
+
+@pytest.fixture(params=SUFFIXES, ids=["fmod", "directshow"])
+def three_tones(request, stage):
+    """A show that plays the first of three tones: 440, 660 and 990 Hz."""
+    stage.playlist(*((f"{hertz}{request.param}", sound.tone(hertz, LONG, request.param))
+                     for hertz in (440, 660, 990)))
+    run = stage.start().wait_for_show()
+    stage.recording.wait_for_tone(440, alive=run.ended)
+    return stage, run
+
+
+def test_right_and_left_walk_the_list_round_both_ends(three_tones):
+    stage, run = three_tones
+    for key, hertz in (("Right", 660), ("Right", 990), ("Right", 440), ("Left", 990), ("Left", 660)):
+        pressed = stage.press(key)
+        heard = stage.recording.wait_for_tone(hertz, pressed, alive=run.ended)
+        print(f"latency: {key} to {hertz} Hz: {1000 * (heard - pressed):.0f} ms")
+    stage.end(run)
+
+
+@pytest.mark.parametrize("suffix", SUFFIXES, ids=["fmod", "directshow"])
+def test_up_starts_the_track_again_and_down_pauses_it_where_it_is(stage, suffix):
+    stage.playlist(("sweep" + suffix, sound.sweep(LONG, suffix)))
+    run = stage.start().wait_for_show()
+    recording = stage.recording
+    position = sound.sweep_position
+
+    def wait_for_position(seconds, since):
+        return recording.wait_for(f"second {seconds} of the track",
+                                  lambda h: h > 0 and position(h) > seconds, since, alive=run.ended)
+
+    wait_for_position(1.5, 0.0)
+    pressed = stage.press("Up")
+    again = recording.wait_for("the track's start", lambda h: 0 < h and position(h) < 1.0, pressed,
+                               alive=run.ended)
+    print(f"latency: Up: {1000 * (again - pressed):.0f} ms")
+    at = wait_for_position(1.5, again)
+
+    pressed = stage.press("Down")
+    silent = recording.wait_for_silence(max(at, pressed), alive=run.ended)
+    print(f"latency: Down: {1000 * (silent - pressed):.0f} ms")
+    before = position(recording.heard(silent - 3 * sound.STEP, 2 * sound.STEP))
+    pressed = stage.press("Down")
+    heard = recording.wait_for_sound(pressed, alive=run.ended)
+    print(f"latency: Down again: {1000 * (heard - pressed):.0f} ms")
+    after = position(recording.heard(heard + 2 * sound.STEP, 2 * sound.STEP))
+    assert before - 0.2 < after < before + 0.8
+    stage.end(run)
+
+
+# --- Volume
+
+def test_volume_is_amplitude_on_one_engine_and_decibels_on_the_other(stage):
+    stage.playlist(("a.ogg", sound.tone(440, 2 * SHORT, ".ogg")), ("b.mp3", sound.tone(660, 2 * SHORT, ".mp3")))
+
+    def levels(volume):
+        stage.desktop.settings(MusicVol=volume)
+        at = stage.recording.now()
+        run = stage.start()
+        for hertz in (440, 660):
+            at = stage.recording.wait_for_tone(hertz, at, looks=12, alive=run.ended)
+            yield stage.recording.level(at + 0.1, 0.4)
+        stage.end(run)
+
+    full, half = list(levels("255")), list(levels("128"))
+    assert full == pytest.approx([-9.03, -9.03], abs=0.5)
+    assert half[0] - full[0] == pytest.approx(-5.99, abs=0.3)
+    assert half[1] - full[1] == pytest.approx(-12.46, abs=0.3)
+
+
+# --- What can't be played
+
+NO_MUSIC = b"This is no music at all, whatever its name says.\r\n" * 40
+
+
+def test_bad_tracks_are_passed_over(stage):
+    stage.built_in(("built-in.ogg", sound.tone(990, SHORT, ".ogg")), ("bad.ogg", NO_MUSIC), ("empty.wav", b""))
+    stage.playlist(("missing.ogg", None), ("missing.mp3", None), ("text.ogg", NO_MUSIC),
+                   ("text.mp3", NO_MUSIC), ("empty.wma", b""), ("good.mp3", sound.tone(440, SHORT, ".mp3")),
+                   ("cut.ogg", sound.tone(880, 2, ".ogg")[:300]), ("good.wav", sound.tone(660, SHORT, ".wav")),
+                   default=1)
     run = stage.start()
     at = 0.0
     for hertz in (440, 660, 990, 440):
@@ -87,13 +186,45 @@ def test_built_in_tracks_follow_each_other_for_ever(stage):
     stage.end(run)
 
 
-def test_own_list_plays_on_both_engines_before_the_built_in_tracks(stage):
-    stage.built_in(("built-in.ogg", sound.tone(1500, 1.5, ".ogg")))
-    stage.playlist(("a.wav", sound.tone(440, 1.5, ".wav")), ("b.mp3", sound.tone(660, 1.5, ".mp3")),
-                   ("c.wma", sound.tone(880, 1.5, ".wma")), ("d.ogg", sound.tone(1100, 1.5, ".ogg")),
-                   default=1)
-    run = stage.start()
-    at = 0.0
-    for hertz in (440, 660, 880, 1100, 1500, 440):
-        at = stage.recording.wait_for_tone(hertz, at, alive=run.ended)
+def test_a_list_of_bad_tracks_leaves_the_show_silent_and_alive(stage, four_pictures):
+    stage.playlist(("missing.ogg", None), ("missing.mp3", None), ("text.ogg", NO_MUSIC),
+                   ("text.wma", NO_MUSIC))
+    stage.desktop.settings(ImageDelay="0.400000")
+    run = stage.start().wait_for_show()
+    assert "Successfully exiting initSound()" in stage.desktop.log()
+    for key in ("Right", "Left", "Down", "Down", "Up"):
+        stage.press(key)
+    run.wait_for_next(four_pictures)
     stage.end(run)
+    assert stage.recording.level(0, stage.recording.now()) < sound.SILENCE
+    assert stage.desktop.setting_dword("CriticalError") == 0
+
+
+def test_with_neither_kind_of_music_nothing_is_heard(stage):
+    stage.built_in(("one.ogg", sound.tone(440, LONG, ".ogg")))
+    stage.desktop.settings(DefaultMusic=0, CustomMusic=0)
+    run = stage.start().wait_for_show()
+    assert "Successfully exiting initSound()" in stage.desktop.log()
+    for key in ("Right", "Left", "Up", "Down"):
+        stage.press(key)
+    stage.end(run)
+    assert stage.recording.level(0, stage.recording.now()) < sound.SILENCE
+
+
+def test_without_a_sound_device_a_box_says_so_and_the_show_goes_on(stage, four_pictures):
+    stage.built_in(("one.ogg", sound.tone(440, LONG, ".ogg")))
+    stage.desktop.settings(ImageDelay="0.400000")
+    stage.desktop.prefix.environment.update(sound.no_device())
+    run = stage.start()
+    box = stage.desktop.hand.wait_for_box(TITLE, alive=run.ended)
+    assert box["message"] == WORDS
+    assert "Successfully exiting initSound()" not in stage.desktop.log()
+    stage.desktop.hand.answer_box(box)
+    run.wait_for_show()
+    stage.press("Right")  # steers nothing and ends nothing
+    run.wait_for_next(four_pictures)
+    stage.press("q")
+    prompt = stage.desktop.hand.wait_for_box("Error initializing", alive=run.ended)
+    stage.desktop.hand.answer_box(prompt)
+    assert run.wait_end() == 0
+    assert stage.desktop.setting_dword("CriticalError") == 0

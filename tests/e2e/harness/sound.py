@@ -181,7 +181,7 @@ class Recording:
         return self.wait_for(f"a tone of {hertz} Hz", lambda h: abs(h - hertz) < 0.03 * hertz,
                              since, **how)
 
-    def wait_for_silence(self, since=0.0, looks=10, **how):
+    def wait_for_silence(self, since=0.0, looks=8, **how):
         return self.wait_for("silence", lambda h: h == 0, since, looks=looks, **how)
 
     def wait_for_sound(self, since=0.0, **how):
