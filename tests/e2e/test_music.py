@@ -159,7 +159,7 @@ def test_volume_is_amplitude_on_one_engine_and_decibels_on_the_other(stage):
         run = stage.start()
         for hertz in (440, 660):
             at = stage.recording.wait_for_tone(hertz, at, looks=12, alive=run.ended)
-            yield stage.recording.level(at + 0.1, 0.4)
+            yield stage.recording.steady_level(at + 0.05, 0.5)
         stage.end(run)
 
     full, half = list(levels("255")), list(levels("128"))

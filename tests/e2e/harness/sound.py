@@ -146,6 +146,11 @@ class Recording:
         samples = self.samples(start, seconds)
         return 10 * numpy.log10(max(1e-12, float(numpy.mean(samples ** 2))))
 
+    def steady_level(self, start, seconds):
+        """The level of a steady tone: a busy machine may tear holes into it."""
+        steps = int(seconds / STEP)
+        return max(self.level(start + step * STEP, STEP) for step in range(steps))
+
     def heard(self, start, seconds=STEP):
         """The strongest frequency, Hz; 0 for silence, None if it isn't recorded yet."""
         samples = self.samples(start, seconds)
