@@ -1,0 +1,105 @@
+#include "net/CCheckForUpdateThread.h"
+
+#include "base/FindNoCase.h"
+#include "net/CHTTPRequest.h"
+#include "net/ParseXML.h"
+#include "net/RequestJob.h"
+
+#include <new>
+#include <string>
+
+namespace {
+
+constexpr std::uint32_t kStopTimeoutMs = 5000;
+constexpr char kUnableToQuery[] = "Unable to query the internet for an update. Code: ";
+constexpr char kUpdateFound[] =
+    "An update was found!  Please click the link below to visit the download page.";
+
+// The text with its terminator, which goes over the wire as well.
+std::string BodyOf(const SimpleString& version) {
+  SimpleString body("version=");
+  body.Append(version);
+  body.Append("\r\n");
+  return std::string(body.Text(), static_cast<std::size_t>(body.Capacity()) + 1);
+}
+
+}  // namespace
+
+CCheckForUpdateThread::~CCheckForUpdateThread() { LeaveWorker(); }
+
+void CCheckForUpdateThread::LeaveWorker() {
+  Stop();
+  if (job) job->Abandon();
+  job.reset();
+}
+
+bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, const char* newVersion,
+                                  const char* newTitle, HWND window, std::uint32_t messageNumber) {
+  LeaveWorker();
+  failed = hasLink = false;
+  for (SimpleString* outcome : {&reply, &message, &link}) outcome->Assign("");
+  SetTimeout(kStopTimeoutMs);
+  host.Assign(newHost);
+  path.Assign(newPath);
+  version.Assign(newVersion);
+  title.Assign(newTitle);
+  notifyWindow = window;
+  notifyMessage = messageNumber;
+  title.Append(' ');
+  title.Append(version);
+  job = std::make_shared<RequestJob>(host.Text(), path.Text(), BodyOf(version), window,
+                                     messageNumber);
+  if (!cThread::Start()) {
+    job.reset();
+    return false;
+  }
+  SetThreadPriority(handle, THREAD_PRIORITY_NORMAL);
+  ResumeThread(handle);
+  return true;
+}
+
+unsigned int CCheckForUpdateThread::Run() {
+  const std::shared_ptr<RequestJob> own = job;
+  own->Begin();
+  CHTTPRequest request;
+  const char* text = own->Send(request);
+  own->Finish([&] { TakeOutcome(text, request.GetLastError()); });
+  return text ? 0 : 1;
+}
+
+void CCheckForUpdateThread::TakeOutcome(const char* text, std::uint32_t error) {
+  failed = !text;
+  try {
+    reply.Assign(text);
+    if (text)
+      ParseReply();
+    else
+      SayUnableToQuery(error);
+  } catch (const std::bad_alloc&) {
+    SayUnableToQuery(ERROR_NOT_ENOUGH_MEMORY);
+  }
+  running = false;
+}
+
+void CCheckForUpdateThread::ParseReply() {
+  ParseXML parser;
+  parser.SetText(reply.Text());
+  for (ParseXMLTag tag = parser.NextTag(); tag.IsValid(); tag = parser.NextTag()) {
+    if (NamesMatch("link", tag.name.Text())) {
+      link.Assign(tag.text);
+      hasLink = true;
+    } else if (NamesMatch("msg", tag.name.Text())) {
+      message.Assign(tag.text);
+    }
+  }
+  if (!message.IsEmpty()) return;
+  if (link.IsEmpty())
+    SayUnableToQuery(0);
+  else
+    message.Assign(kUpdateFound);
+}
+
+void CCheckForUpdateThread::SayUnableToQuery(std::uint32_t code) {
+  message.Assign(kUnableToQuery);
+  message.Append(std::to_string(code).c_str());
+}

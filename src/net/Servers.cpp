@@ -1,0 +1,3 @@
+#include "net/Servers.h"
+
+const char kUpdateHost[] = VELMORA_UPDATE_HOST;
