@@ -2,10 +2,35 @@
 
 #include "base/win_owned.h"
 
+#include <cstdio>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <string>
 
 namespace {
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// A name in `folder` that no readable file has; empty if all are taken.
+std::string FreeName(const char* folder) {
+  constexpr auto kLast = std::numeric_limits<std::int32_t>::max();
+  for (auto count = std::numeric_limits<std::int32_t>::min(); count < kLast; ++count) {
+    const std::string name = std::string(folder) + "\\" + std::to_string(count) + ".tmp";
+    if (!FileExists(name.c_str())) return name;
+  }
+  return {};
+}
+
+bool WriteWhole(const std::string& path, const std::string& text) {
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  if (!file) return false;
+  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  return std::fclose(file) == 0 && written;
+}
 
 inline void CloseFind(HANDLE h) { FindClose(h); }
 using FindHandle = Owned<HANDLE, CloseFind>;
@@ -32,7 +57,32 @@ void DeleteEntry(const std::string& path, DWORD attributes) {
 
 }  // namespace
 
+bool FileExists(const char* path) { return path && File(std::fopen(path, "rb")); }
+
 bool PathExists(const char* path) { return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }
+
+bool ForceDeleteFile(const char* path) {
+  SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
+  return DeleteFileA(path) != 0;
+}
+
+bool GetFileSize64(HANDLE file, std::uint64_t& size) {
+  DWORD high = 0;
+  SetLastError(ERROR_SUCCESS);
+  const DWORD low = GetFileSize(file, &high);
+  const bool known = low != INVALID_FILE_SIZE || GetLastError() == ERROR_SUCCESS;
+  size = known ? std::uint64_t{high} << 32 | low : 0;
+  return known;
+}
+
+bool IsFolderWritable(const char* folder) {
+  if (!folder) return false;
+  const std::string name = FreeName(folder);
+  if (name.empty()) return false;
+  const bool written = WriteWhole(name, name);
+  DeleteFileA(name.c_str());
+  return written;
+}
 
 int DeleteFolderContents(const char* folder) {
   if (!folder || !*folder) return 0;

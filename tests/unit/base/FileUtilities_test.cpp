@@ -38,6 +38,102 @@ TEST(PathExists, KnowsFilesAndFolders) {
   EXPECT_FALSE(PathExists(nullptr));
 }
 
+TEST(FileExists, IsTrueForWhatCanBeOpenedForReading) {
+  const TempFolder folder;
+  EXPECT_TRUE(FileExists(folder.Write("a", BytesOf("x")).c_str()));
+  EXPECT_TRUE(FileExists(folder.Write("empty", {}).c_str()));
+  EXPECT_FALSE(FileExists(folder.File("b").c_str()));
+  EXPECT_FALSE(FileExists(folder.Path().c_str()));
+  EXPECT_FALSE(FileExists(""));
+  EXPECT_FALSE(FileExists(nullptr));
+}
+
+TEST(FileExists, LetsTheFileGoAgain) {
+  const TempFolder folder;
+  const std::string file = folder.Write("a", BytesOf("x"));
+  FileExists(file.c_str());
+  const HANDLE alone =
+      CreateFileA(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_NE(alone, INVALID_HANDLE_VALUE);
+  CloseHandle(alone);
+}
+
+TEST(ForceDeleteFile, DeletesReadOnlyAndHiddenFilesToo) {
+  const TempFolder folder;
+  const std::string file = folder.Write("a", BytesOf("x"));
+  SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+  EXPECT_TRUE(ForceDeleteFile(file.c_str()));
+  EXPECT_FALSE(Exists(file));
+  EXPECT_FALSE(ForceDeleteFile(file.c_str()));
+}
+
+TEST(GetFileSize64, GivesTheSizeOfAnOpenFile) {
+  const TempFolder folder;
+  const std::string file = folder.Write("a", BytesOf("12345"));
+  const HANDLE open = CreateFileA(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  std::uint64_t size = 0;
+  EXPECT_TRUE(GetFileSize64(open, size));
+  EXPECT_EQ(size, 5u);
+  CloseHandle(open);
+  EXPECT_FALSE(GetFileSize64(INVALID_HANDLE_VALUE, size));
+  EXPECT_EQ(size, 0u);
+}
+
+TEST(GetFileSize64, KnowsSizesBeyond32Bits) {
+  HOOK_IMPORT(huge, "kernel32.dll", GetFileSize, [](HANDLE, LPDWORD high) -> DWORD {
+    *high = 3;
+    return 0x80000001;
+  });
+  std::uint64_t size = 0;
+  EXPECT_TRUE(GetFileSize64(nullptr, size));
+  EXPECT_EQ(size, 0x380000001u);
+}
+
+// The low half of a good size may look like a failure.
+TEST(GetFileSize64, TellsASizeFromAFailureByTheError) {
+  DWORD error = ERROR_SUCCESS;
+  HOOK_IMPORT(odd, "kernel32.dll", GetFileSize, [&](HANDLE, LPDWORD high) -> DWORD {
+    *high = 1;
+    SetLastError(error);
+    return 0xFFFFFFFF;
+  });
+  std::uint64_t size = 0;
+  EXPECT_TRUE(GetFileSize64(nullptr, size));
+  EXPECT_EQ(size, 0x1FFFFFFFFu);
+  error = ERROR_ACCESS_DENIED;
+  EXPECT_FALSE(GetFileSize64(nullptr, size));
+  EXPECT_EQ(size, 0u);
+}
+
+TEST(IsFolderWritable, TriesItOutAndLeavesNothingBehind) {
+  const TempFolder folder;
+  std::vector<std::string> deleted;
+  HOOK_IMPORT(spy, "kernel32.dll", DeleteFileA, [&](LPCSTR path) -> BOOL {
+    deleted.push_back(path);
+    EXPECT_EQ(support::TextOf(support::ReadWholeFile(path)), path);
+    return REAL_IMPORT("kernel32.dll", DeleteFileA)(path);
+  });
+  EXPECT_TRUE(IsFolderWritable(folder.Path().c_str()));
+  EXPECT_EQ(deleted, std::vector<std::string>{folder.File("-2147483648.tmp")});
+  EXPECT_TRUE(IsEmpty(folder.Path()));
+}
+
+TEST(IsFolderWritable, PassesOverNamesThatAreTaken) {
+  const TempFolder folder;
+  const std::string first = folder.Write("-2147483648.tmp", BytesOf("mine"));
+  folder.Write("-2147483647.tmp", BytesOf("mine, too"));
+  EXPECT_TRUE(IsFolderWritable(folder.Path().c_str()));
+  EXPECT_EQ(support::TextOf(support::ReadWholeFile(first)), "mine");
+  EXPECT_FALSE(Exists(folder.File("-2147483646.tmp")));
+}
+
+TEST(IsFolderWritable, IsFalseWhereNothingCanBeWritten) {
+  const TempFolder folder;
+  EXPECT_FALSE(IsFolderWritable(folder.File("none").c_str()));
+  EXPECT_FALSE(IsFolderWritable(folder.Write("file", BytesOf("x")).c_str()));
+  EXPECT_FALSE(IsFolderWritable(nullptr));
+}
+
 TEST(DeleteFolderContents, OfAMissingFolderIsZero) {
   const TempFolder folder;
   EXPECT_EQ(DeleteFolderContents(folder.File("none").c_str()), 0);

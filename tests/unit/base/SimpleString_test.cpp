@@ -477,7 +477,8 @@ struct Model {
     for (std::size_t at = 0; (at = text.find(find, at)) != std::string::npos; at += find.size())
       ++count;
     if (count == 0) return false;
-    const auto change = static_cast<std::int32_t>(with.size()) - static_cast<std::int32_t>(find.size());
+    const auto change =
+        static_cast<std::int32_t>(with.size()) - static_cast<std::int32_t>(find.size());
     if (change > 0) capacity += change * count;
     while (ReplaceFirst(find, with)) {
     }
@@ -508,7 +509,7 @@ class Steps {
       case 11: AppendOwnTail(a); break;
       case 12: string_.Erase(a, b); model_.Erase(a, b); break;
       case 13: string_.Insert(a, text.c_str()); model_.Insert(a, text); break;
-      case 14: EXPECT_EQ(string_.ReplaceFirst(text.c_str(), "xy"), model_.ReplaceFirst(text, "xy")); break;
+      case 14: ReplaceFirst(text); break;
       case 15: ReplaceAll(); break;
       default: ReplaceRange(a, b, text); break;
     }
@@ -554,6 +555,9 @@ class Steps {
     if (from < 0 || from > model_.Length()) return;
     string_.Append(string_.Text() + from);
     model_.Append(model_.text.substr(static_cast<std::size_t>(from)));
+  }
+  void ReplaceFirst(const std::string& find) {
+    EXPECT_EQ(string_.ReplaceFirst(find.c_str(), "xy"), model_.ReplaceFirst(find, "xy"));
   }
   void ReplaceAll() {
     const std::string find(1, static_cast<char>('a' + Number(0, 2)));

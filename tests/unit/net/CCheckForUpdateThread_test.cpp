@@ -129,7 +129,8 @@ TEST(UpdateCheck, NoUpdateIsAMessageAlone) {
 }
 
 TEST(UpdateCheck, AnUpdateWithoutATextGetsTheStandardOne) {
-  ExpectAnswer(Ask("<link>http://example.invalid/get</link>"), kFound, "http://example.invalid/get");
+  ExpectAnswer(Ask("<link>http://example.invalid/get</link>"), kFound,
+               "http://example.invalid/get");
 }
 
 TEST(UpdateCheck, AnUpdateMayBringItsOwnText) {
@@ -138,7 +139,8 @@ TEST(UpdateCheck, AnUpdateMayBringItsOwnText) {
 }
 
 TEST(UpdateCheck, NamesAreTakenInAnyCaseAndTheLastOfOneNameWins) {
-  ExpectAnswer(Ask("<LINK>a</link><Msg>b</mSG><other>x</other><link>c</link><msg>d</msg>"), "d", "c");
+  ExpectAnswer(Ask("<LINK>a</link><Msg>b</mSG><other>x</other><link>c</link><msg>d</msg>"), "d",
+               "c");
 }
 
 TEST(UpdateCheck, AnEmptyReplyIsUnableWithCode0) { ExpectAnswer(Ask(""), kUnable + "0", ""); }

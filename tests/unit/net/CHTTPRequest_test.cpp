@@ -112,10 +112,12 @@ TEST(HttpRequest, GoesToPort80AsAGuestPastAllCaches) {
               });
   std::string opened;
   HOOK_IMPORT(open, "wininet.dll", InternetOpenA,
-              [&](LPCSTR agent, DWORD access, LPCSTR proxy, LPCSTR bypass, DWORD flags) -> HINTERNET {
+              [&](LPCSTR agent, DWORD access, LPCSTR proxy, LPCSTR bypass,
+                  DWORD flags) -> HINTERNET {
                 opened = std::string(agent) + " " + std::to_string(access) + " " +
                          std::to_string(flags) + (proxy || bypass ? " proxy" : "");
-                return REAL_IMPORT("wininet.dll", InternetOpenA)(agent, access, proxy, bypass, flags);
+                return REAL_IMPORT("wininet.dll", InternetOpenA)(agent, access, proxy, bypass,
+                                                                flags);
               });
   std::string connected;
   HOOK_IMPORT(connect, "wininet.dll", InternetConnectA,
@@ -151,10 +153,11 @@ TEST(HttpRequest, GoesToPort80AsAGuestPastAllCaches) {
 // The scheme is for the check alone.
 TEST(HttpRequest, AHostThatHoldsTheSchemeGetsNoSecondOneAndStaysAsItIs) {
   std::string checked;
-  HOOK_IMPORT(check, "wininet.dll", InternetCheckConnectionA, [&](LPCSTR address, DWORD, DWORD) -> BOOL {
-    checked = address;
-    return TRUE;
-  });
+  HOOK_IMPORT(check, "wininet.dll", InternetCheckConnectionA,
+              [&](LPCSTR address, DWORD, DWORD) -> BOOL {
+                checked = address;
+                return TRUE;
+              });
   std::string connected;
   HOOK_IMPORT(connect, "wininet.dll", InternetConnectA,
               [&](HINTERNET, LPCSTR host, INTERNET_PORT, LPCSTR, LPCSTR, DWORD, DWORD,
@@ -325,7 +328,8 @@ TEST(HttpRequest, OfflineItStopsAtOnceWithoutAnError) {
 }
 
 TEST(HttpRequest, WithoutAnyoneListeningTheSendingFails) {
-  HOOK_IMPORT(check, "wininet.dll", InternetCheckConnectionA, [](LPCSTR, DWORD, DWORD) -> BOOL { return TRUE; });
+  HOOK_IMPORT(check, "wininet.dll", InternetCheckConnectionA,
+              [](LPCSTR, DWORD, DWORD) -> BOOL { return TRUE; });
   CHTTPRequest request;
   EXPECT_EQ(request.Send(DeafHost().c_str(), "/", "POST", "x", 1), nullptr);
   EXPECT_EQ(request.GetStage(), kStageRequest);
@@ -362,7 +366,8 @@ BOOL No() {
 }
 
 TEST_F(FailingStep, TheCheckOfTheConnection) {
-  HOOK_IMPORT(fail, "wininet.dll", InternetCheckConnectionA, [](LPCSTR, DWORD, DWORD) -> BOOL { return No(); });
+  HOOK_IMPORT(fail, "wininet.dll", InternetCheckConnectionA,
+              [](LPCSTR, DWORD, DWORD) -> BOOL { return No(); });
   ExpectStopsAt(kStageOnline);
 }
 
@@ -381,7 +386,8 @@ TEST_F(FailingStep, TheConnection) {
 
 TEST_F(FailingStep, TheRequest) {
   HOOK_IMPORT(fail, "wininet.dll", HttpOpenRequestA,
-              [](HINTERNET, LPCSTR, LPCSTR, LPCSTR, LPCSTR, LPCSTR*, DWORD, DWORD_PTR) -> HINTERNET {
+              [](HINTERNET, LPCSTR, LPCSTR, LPCSTR, LPCSTR, LPCSTR*, DWORD,
+                 DWORD_PTR) -> HINTERNET {
                 return No(), nullptr;
               });
   ExpectStopsAt(kStageConnection);
