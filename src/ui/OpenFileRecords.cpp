@@ -5,6 +5,7 @@
 #include <array>
 #include <shlobj.h>
 #include <string>
+#include <string_view>
 
 OPENFILENAME_NT4A OpenFileRecordA;
 OPENFILENAME_NT4W OpenFileRecordW;
@@ -13,9 +14,8 @@ namespace {
 
 constexpr std::size_t kFileBufferSize = 1024;  // characters
 constexpr DWORD kAllSupportedTypes = 2;        // the filter that is chosen at first
-// OFN_ENABLEHOOK joins them once there is a hook to call.
 constexpr DWORD kFlags = OFN_EXPLORER | OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST |
-                         OFN_ALLOWMULTISELECT | OFN_HIDEREADONLY;
+                         OFN_ALLOWMULTISELECT | OFN_ENABLEHOOK | OFN_HIDEREADONLY;
 
 // Pairs of text and pattern, each closed by a NUL; a second NUL ends the list.
 constexpr char kFilters[] =
@@ -68,10 +68,134 @@ void FillRecord(Record& record, HWND owner, Char* fileBuffer, const Char* title,
   record.nMaxFile = kFileBufferSize;
   record.lpstrTitle = title;
   record.Flags = kFlags;
+  record.lpfnHook = OpenFileHookProc;
   record.lCustData = reinterpret_cast<LPARAM>(&record);
 }
 
+// --- Reading what was chosen ---
+
+std::string Narrow(const std::string& text) { return text; }
+
+std::string Narrow(const std::wstring& text) {
+  const int length = static_cast<int>(text.size());
+  const int room = WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<std::size_t>(room), '\0');
+  WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, narrow.data(), room, nullptr, nullptr);
+  return narrow;
+}
+
+// The text that stands at `place` of `buffer`; empty if it has no end there,
+// since a name that was cut off is no name of a file.
+template <class Char>
+std::basic_string<Char> TextAt(std::basic_string_view<Char> buffer, std::size_t place) {
+  const std::size_t end = buffer.find(Char{}, place);
+  if (end == buffer.npos) return {};
+  return std::basic_string<Char>(buffer.substr(place, end - place));
+}
+
+// One file: a full path, within which the name begins. Several: their folder
+// and, where the names begin, one name after the other up to an empty one.
+template <class Char>
+ChosenFiles ReadChosenFiles(std::basic_string_view<Char> buffer, std::size_t namesStart) {
+  std::basic_string<Char> text = TextAt(buffer, 0);
+  ChosenFiles chosen{Narrow(text), {}};
+  if (namesStart <= text.size()) return chosen;
+  for (std::size_t place = namesStart;; place += text.size() + 1) {
+    text = TextAt(buffer, place);
+    if (text.empty()) return chosen;
+    chosen.names.push_back(Narrow(text));
+  }
+}
+
+template <class Record>
+ChosenFiles TakeFrom(Record& record) {
+  ChosenFiles chosen;
+  if (record.lpstrFile) {
+    const std::basic_string_view buffer(record.lpstrFile, record.nMaxFile);
+    chosen = ReadChosenFiles(buffer, record.nFileOffset);
+    record.lpstrFile[0] = 0;
+  }
+  record.lpstrInitialDir = nullptr;
+  return chosen;
+}
+
+bool AsksNarrow() { return OsVersionCode < 6; }
+
+// --- The hook ---
+
+constexpr char kRecordProperty[] = "OFN";  // of the file dialog
+constexpr DWORD kRoomForFolder = 260;      // characters
+
+// The buffers that have taken the first ones' place, one for each record.
+void* gNarrowBuffer = nullptr;
+void* gWideBuffer = nullptr;
+
+// The old buffer stays in force if there is no memory for a larger one.
+template <class Record>
+void GrowBuffer(Record& record, void*& heapBuffer, DWORD needed) {
+  if (record.nMaxFile >= needed) return;
+  const HANDLE heap = GetProcessHeap();
+  void* const larger = HeapAlloc(heap, HEAP_ZERO_MEMORY, needed * sizeof *record.lpstrFile);
+  if (!larger) return;
+  record.lpstrFile = static_cast<decltype(record.lpstrFile)>(larger);
+  record.nMaxFile = needed;
+  if (heapBuffer) HeapFree(heap, 0, heapBuffer);
+  heapBuffer = larger;
+}
+
+// The names as the dialog's text has them, and room for their folder.
+DWORD NeededCharacters(HWND fileDialog) {
+  const LRESULT names = SendMessageA(fileDialog, CDM_GETSPEC, 0, 0);
+  return kRoomForFolder + (names > 0 ? static_cast<DWORD>(names) : 0);
+}
+
+void OnSelectionChange(HWND fileDialog) {
+  void* const record = GetPropA(fileDialog, kRecordProperty);
+  if (!record) return;
+  const DWORD needed = NeededCharacters(fileDialog);
+  if (AsksNarrow())
+    GrowBuffer(*static_cast<OPENFILENAME_NT4A*>(record), gNarrowBuffer, needed);
+  else
+    GrowBuffer(*static_cast<OPENFILENAME_NT4W*>(record), gWideBuffer, needed);
+}
+
 }  // namespace
+
+UINT_PTR CALLBACK OpenFileHookProc(HWND hwnd, UINT message, WPARAM, LPARAM lParam) {
+  const HWND fileDialog = GetParent(hwnd);
+  switch (message) {
+    case WM_INITDIALOG:
+      if (!SetPropA(fileDialog, kRecordProperty, reinterpret_cast<HANDLE>(lParam)))
+        MessageBoxA(hwnd, "SET PRop Failed", "ERROR", MB_OK);
+      break;
+    case WM_NOTIFY:
+      if (reinterpret_cast<const NMHDR*>(lParam)->code == CDN_SELCHANGE)
+        OnSelectionChange(fileDialog);
+      break;
+    case WM_DESTROY:
+      RemovePropA(fileDialog, kRecordProperty);
+      break;
+    default:
+      break;
+  }
+  return 0;
+}
+
+// A name that doesn't fit leaves the length that it needs in the buffer, which
+// the next dialog would take for a name.
+bool AskForFiles(HWND owner) {
+  OpenFileRecordA.hwndOwner = OpenFileRecordW.hwndOwner = owner;
+  const bool chosen =
+      AsksNarrow() ? GetOpenFileNameA(reinterpret_cast<OPENFILENAMEA*>(&OpenFileRecordA))
+                   : GetOpenFileNameW(reinterpret_cast<OPENFILENAMEW*>(&OpenFileRecordW));
+  if (!chosen && OpenFileRecordA.lpstrFile) OpenFileRecordA.lpstrFile[0] = 0;
+  if (!chosen && OpenFileRecordW.lpstrFile) OpenFileRecordW.lpstrFile[0] = 0;
+  return chosen;
+}
+
+ChosenFiles TakeChosenFiles() {
+  return AsksNarrow() ? TakeFrom(OpenFileRecordA) : TakeFrom(OpenFileRecordW);
+}
 
 void PrepareOpenFileRecords(HWND owner) {
   static std::array<char, kFileBufferSize> files{};

@@ -2,9 +2,6 @@
 // and a button closes them.
 
 #include "ui/AboutDialog.h"
-#include "ui/CaptionOptionsDialog.h"
-#include "ui/CustomMusicDialog.h"
-#include "ui/SpeedTipsDialog.h"
 #include "ui/UpdateDialog.h"
 
 namespace {
@@ -16,22 +13,10 @@ INT_PTR CloseOnButton(HWND hwnd, UINT message, WPARAM wParam) {
 
 }  // namespace
 
-INT_PTR CALLBACK CustomMusicDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
-  return CloseOnButton(hwnd, message, wParam);
-}
-
-INT_PTR CALLBACK CaptionOptionsDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
-  return CloseOnButton(hwnd, message, wParam);
-}
-
 INT_PTR CALLBACK AboutDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
   return CloseOnButton(hwnd, message, wParam);
 }
 
 INT_PTR CALLBACK UpdateDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
-  return CloseOnButton(hwnd, message, wParam);
-}
-
-INT_PTR CALLBACK SpeedTipsDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
   return CloseOnButton(hwnd, message, wParam);
 }

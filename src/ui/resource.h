@@ -36,3 +36,34 @@
 #define IDC_ANIMATE 1092
 #define IDC_CROSSFADE 1094
 #define IDC_HIGH_QUALITY 1096
+
+// Controls of IDD_CUSTOM_MUSIC.
+#define IDC_ADD_FILES 3
+#define IDC_REMOVE_SELECTED 4
+#define IDC_CLEAR_LIST 5
+#define IDC_MOVE_UP 1011
+#define IDC_MOVE_DOWN 1012
+#define IDC_SONGS 1103
+#define IDC_SONG_COUNT 1106
+
+// Controls of IDD_CAPTION_OPTIONS.
+#define IDC_SHOW_CAPTIONS 1109
+#define IDC_CAPTION_SIZE 1110
+#define IDC_CAPTION_SAMPLE 1111
+#define IDC_CAPTION_FONT 1112
+#define IDC_CAPTION_ORIENTATION 1113
+#define IDC_CAPTION_ITALIC 1114
+#define IDC_CAPTION_BOLD 1117
+
+// Controls of IDD_ABOUT; the button of the web site is made at run time.
+#define IDC_CREDITS 1011
+#define IDC_MAKER_BUTTON 1012
+#define IDC_MAKER_LINK 1073
+
+// Controls of IDD_SPEED_TIPS: IDOK goes on, this one ends the tips for good.
+#define IDC_NO_MORE_TIPS 2
+
+// Controls of IDD_UPDATE: IDOK is its "Close".
+#define IDC_UPDATE_PROGRESS 1122
+#define IDC_UPDATE_REPLY 1123
+#define IDC_UPDATE_LINK 1124

@@ -71,11 +71,14 @@ TEST_F(OpenFileRecords, BothAreVersion4RecordsWithTheirFilters) {
 
 TEST_F(OpenFileRecords, AskForExistingFilesSeveralAtOnce) {
   PrepareOpenFileRecords(owner);
-  for (const DWORD flags : {OpenFileRecordA.Flags, OpenFileRecordW.Flags}) {
-    EXPECT_EQ(flags & ~static_cast<DWORD>(OFN_ENABLEHOOK), 0x81a04u);
-    EXPECT_EQ((flags & OFN_ENABLEHOOK) != 0, OpenFileRecordA.lpfnHook != nullptr)
-        << "a hook is announced if and only if there is one";
-  }
+  EXPECT_EQ(OpenFileRecordA.Flags, 0x81a24u);
+  EXPECT_EQ(OpenFileRecordW.Flags, 0x81a24u);
+}
+
+TEST_F(OpenFileRecords, BothHaveTheHookThatGrowsTheirBuffers) {
+  PrepareOpenFileRecords(owner);
+  EXPECT_EQ(OpenFileRecordA.lpfnHook, &OpenFileHookProc);
+  EXPECT_EQ(OpenFileRecordW.lpfnHook, &OpenFileHookProc);
 }
 
 // Answers for one special folder and fails for all others.
