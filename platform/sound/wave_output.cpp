@@ -10,6 +10,7 @@ namespace {
 constexpr WORD kChannels = 2;
 constexpr WORD kFrameBytes = kChannels * sizeof(std::int16_t);
 constexpr DWORD kRetryMs = 1000;
+constexpr DWORD kStallMs = 3000;  // much more than a busy system is late
 constexpr DWORD kLongestWaitMs = 50;
 
 // Whether `tick` is reached; the clock may wrap.
@@ -70,6 +71,7 @@ std::int16_t* WaveOutput::FreeBlock() {
 
 void WaveOutput::Send(std::size_t frames) {
   TryDeviceAgain();
+  if (underWay_.empty()) movedTick_ = timeGetTime();
   std::unique_ptr<Block> block = std::move(free_.back());
   free_.pop_back();
   block->header = {};
@@ -93,11 +95,13 @@ std::int64_t WaveOutput::HeardFrames() {
 
 // Blocks end in the order of their sending.
 void WaveOutput::Collect() {
+  LoseStalledDevice();
   while (!underWay_.empty() && IsDone(*underWay_.front())) {
     std::unique_ptr<Block> block = std::move(underWay_.front());
     underWay_.pop_front();
     if (handle_) waveOutUnprepareHeader(handle_, &block->header, sizeof(WAVEHDR));
     heardFrames_ += block->header.dwBufferLength / kFrameBytes;
+    movedTick_ = timeGetTime();
     free_.push_back(std::move(block));
   }
 }
@@ -114,6 +118,7 @@ void WaveOutput::Pause() {
 
 void WaveOutput::Resume() {
   if (!std::exchange(paused_, false) || !handle_) return;
+  movedTick_ = timeGetTime();
   waveOutRestart(handle_);
 }
 
@@ -146,6 +151,12 @@ void WaveOutput::LoseDevice() {
   lostTick_ = timeGetTime();
   DWORD due = lostTick_;
   for (const auto& block : underWay_) block->dueTick = due += MsOf(*block);
+}
+
+// Its blocks may all be under way: then no write would ever tell.
+void WaveOutput::LoseStalledDevice() {
+  if (!handle_ || paused_ || underWay_.empty() || IsDone(*underWay_.front())) return;
+  if (IsPast(movedTick_ + MsOf(*underWay_.front()) + kStallMs)) LoseDevice();
 }
 
 void WaveOutput::TryDeviceAgain() {

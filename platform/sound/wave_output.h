@@ -4,7 +4,8 @@
 //
 // A device that goes away while it plays is replaced by silence of the same
 // length, so that what waits for the end of a sound goes on, and asked for again
-// once a second.
+// once a second. It has gone away if it refuses a block, or if it keeps all that
+// it has for seconds, as drivers of a device that was unplugged do.
 
 #include "base/win.h"
 #include "base/win_owned.h"
@@ -62,6 +63,7 @@ class WaveOutput {
   bool OpenDevice();
   void CloseDevice();
   void LoseDevice();
+  void LoseStalledDevice();
   void TryDeviceAgain();
   void SendToNobody(Block& block);
   bool IsDone(const Block& block) const;
@@ -74,6 +76,7 @@ class WaveOutput {
   KernelHandle event_;
   HWAVEOUT handle_ = nullptr;      // null while the device is lost
   DWORD lostTick_ = 0;             // of the last try to open it
+  DWORD movedTick_ = 0;            // when it last gave back a block, or had reason to begin
   bool paused_ = false;
   std::vector<std::unique_ptr<Block>> free_;
   std::deque<std::unique_ptr<Block>> underWay_;  // in the order of their sending

@@ -58,6 +58,8 @@ UINT FakeWaveOut::Device() const { const std::lock_guard guard(lock_); return de
 void FakeWaveOut::RefuseToOpen(bool refuse) { const std::lock_guard guard(lock_); refuse_ = refuse; }
 void FakeWaveOut::Unplug(bool unplugged) { const std::lock_guard guard(lock_); unplugged_ = unplugged; }
 
+void FakeWaveOut::RefuseBlocks(bool refuse) { const std::lock_guard guard(lock_); full_ = refuse; }
+
 std::size_t FakeWaveOut::QueuedFrames() const {
   const std::lock_guard guard(lock_);
   std::size_t bytes = 0;
@@ -99,7 +101,7 @@ MMRESULT WINAPI FakeWaveOut::Unprepare(HWAVEOUT, WAVEHDR* header, UINT) {
 
 MMRESULT WINAPI FakeWaveOut::Write(HWAVEOUT, WAVEHDR* header, UINT) {
   const std::lock_guard guard(current->lock_);
-  if (current->unplugged_) return MMSYSERR_NODRIVER;
+  if (current->unplugged_ || current->full_) return MMSYSERR_NODRIVER;
   if (!current->open_ || !(header->dwFlags & WHDR_PREPARED)) return WAVERR_UNPREPARED;
   SetFlags(header, WHDR_PREPARED | WHDR_INQUEUE);
   current->queue_.push_back(header);

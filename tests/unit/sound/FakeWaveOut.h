@@ -36,6 +36,8 @@ class FakeWaveOut {
   void RefuseToOpen(bool refuse);
   // As if the device was unplugged: what is queued never ends.
   void Unplug(bool unplugged);
+  // What is queued plays on; no more is taken.
+  void RefuseBlocks(bool refuse);
 
  private:
   static MMRESULT WINAPI Open(HWAVEOUT* handle, UINT device, const WAVEFORMATEX* format, DWORD_PTR event,
@@ -56,6 +58,7 @@ class FakeWaveOut {
   bool paused_ = false;
   bool refuse_ = false;
   bool unplugged_ = false;
+  bool full_ = false;
   int opened_ = 0;
   int resets_ = 0;
   UINT device_ = 0;

@@ -518,17 +518,128 @@ TEST_F(FmodTest, ACallbackThatNeverEndsDoesNotHoldCloseUp) {
 
 // --- A device that goes away ---
 
-TEST_F(FmodTest, ALostDeviceEndsStreamsAllTheSame) {
+// Twenty times as fast as the real clock. Calls are read on the mixing thread,
+// so it has to be there before the output starts.
+class LostDevice : public FmodTest {
+ protected:
+  void SetUp() override {
+    start_ = REAL_IMPORT("winmm.dll", timeGetTime)();
+    clock_ = ANY_HOOK("winmm.dll", timeGetTime, [this]() -> DWORD {
+      return start_ + kSpeed * (REAL_IMPORT("winmm.dll", timeGetTime)() - start_);
+    });
+    FmodTest::SetUp();
+  }
+  void TearDown() override {
+    FmodTest::TearDown();
+    clock_.reset();
+  }
+
+  FSOUND_STREAM* Play(const Bytes& file) {
+    FSOUND_STREAM* stream = OpenInMemory(file);
+    FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_);
+    EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), 0);
+    return stream;
+  }
+  void PlugOut() {
+    device_.RefuseToOpen(true);
+    device_.Unplug(true);
+  }
+  void PlugIn() {
+    device_.Unplug(false);
+    device_.RefuseToOpen(false);
+  }
+  // Whether more is heard than before.
+  bool IsHeardAgain() {
+    const std::size_t before = device_.Heard().size();
+    return PlayUntil([&] { return device_.Heard().size() > before + 2000; });
+  }
+
+  // Lasts for minutes of the machine's clock.
+  static Bytes LongWave() {
+    return MakeWave({.channels = 1, .rate = 1000, .blockAlign = 1, .bits = 8}, Bytes(3'000'000, 0xA0));
+  }
+
+  static constexpr DWORD kSpeed = 20;
+  DWORD start_ = 0;
+  support::AnyHook clock_;
+};
+
+TEST_F(LostDevice, EndsStreamsAllTheSame) {
   const Bytes file = CountingWave(44'100);
-  FSOUND_STREAM* stream = OpenInMemory(file);
-  FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_);
-  FSOUND_Stream_Play(FSOUND_FREE, stream);
+  Play(file);
   ASSERT_TRUE(PlayFrames(5000));
-  device_.RefuseToOpen(true);
+  PlugOut();
+  EXPECT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+  EXPECT_FALSE(device_.IsOpen());
+}
+
+TEST_F(LostDevice, IsMissedByTheNextBlock) {
+  const Bytes file = LongWave();
+  Play(file);
   ASSERT_TRUE(WaitForFullQueue());
-  device_.PlayBlock();
-  device_.Unplug(true);
-  EXPECT_TRUE(WaitFor([&] { device_.PlayBlock(); return ends_.calls == 1; }));
+  device_.RefuseToOpen(true);
+  device_.RefuseBlocks(true);
+  EXPECT_TRUE(PlayUntil([&] { return !device_.IsOpen(); }));
+}
+
+TEST_F(LostDevice, IsMissedWhenItKeepsAllBlocks) {
+  const Bytes file = LongWave();
+  Play(file);
+  ASSERT_TRUE(WaitForFullQueue());
+  PlugOut();
+  EXPECT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
+}
+
+TEST_F(LostDevice, IsMissedWhenItKeepsTheLastBlocksOfAStream) {
+  const Bytes file = CountingWave(3000);
+  Play(file);
+  ASSERT_TRUE(WaitFor([&] { return device_.QueuedFrames() == 3000; }));
+  PlugOut();
+  EXPECT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+}
+
+TEST_F(LostDevice, IsHeardAgainWhenItComesBack) {
+  const Bytes file = LongWave();
+  Play(file);
+  for (int times = 2; times < 5; ++times) {
+    ASSERT_TRUE(IsHeardAgain());
+    PlugOut();
+    ASSERT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
+    PlugIn();
+    ASSERT_TRUE(WaitFor([&] { return device_.Opened() == times; }));
+  }
+  EXPECT_TRUE(IsHeardAgain());
+}
+
+TEST_F(LostDevice, IsHeardAgainByALaterStream) {
+  const Bytes file = CountingWave(20'000), later = LongWave();
+  Play(file);
+  ASSERT_TRUE(PlayFrames(2000));
+  PlugOut();
+  ASSERT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+  PlugIn();
+  Play(later);
+  EXPECT_TRUE(IsHeardAgain());
+}
+
+TEST_F(LostDevice, IsNotTakenForAPausedOne) {
+  const Bytes file = LongWave();
+  Play(file);
+  ASSERT_TRUE(WaitForFullQueue());
+  FSOUND_SetPaused(0, true);
+  Sleep(400);  // eight seconds by that clock
+  EXPECT_TRUE(device_.IsOpen());
+  FSOUND_SetPaused(0, false);
+  EXPECT_TRUE(IsHeardAgain());
+  EXPECT_EQ(device_.Opened(), 1);
+}
+
+TEST_F(LostDevice, IsNotTakenForOneThatHasNothingToPlay) {
+  Sleep(400);
+  const Bytes file = LongWave();
+  Play(file);
+  EXPECT_TRUE(IsHeardAgain());
+  EXPECT_EQ(device_.Opened(), 1);
 }
 
 // --- Everything at once ---
