@@ -92,6 +92,7 @@ pack_pictures() {
     --music "$(winepath -w build/windows-release/content/music)" ||
     fail "the pictures couldn't be packed"
   local count
+  tools/chksum/chksum.py "$folder"
   count=$(count_pictures)
   say "packed $count pictures"
   [ "$count" -ge "$wanted_pictures" ] || wanted_pictures=$count
@@ -108,6 +109,8 @@ prepare() {
   store_settings
   [ -z "$pictures" ] || pack_pictures
   [ -f "$folder/images.bdl" ] || fail "$folder/images.bdl is missing: the build didn't pack the pictures"
+  # An installer's copy; the program looks for it after a failure.
+  cp "$folder/Velmora2.scr" "$prefix/drive_c/windows/"
 }
 
 # Ends with this script, however that ends: the programs in the prefix, and the

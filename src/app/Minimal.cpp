@@ -19,6 +19,7 @@
 #include "app/DpiAwareness.h"
 #include "app/ExitRules.h"
 #include "app/Instance.h"
+#include "app/Integrity.h"
 #include "app/Monitors.h"
 #include "app/OsVersion.h"
 #include "app/Paths.h"
@@ -74,6 +75,17 @@ namespace {
 
 constexpr double kVersion = 1.0;
 constexpr DWORD kInstallPauseMs = 1200;
+constexpr char kCorruptedFilesText[] =
+    "One or more of the screensaver files appears to have been corrupted.\n\n"
+    "It is strongly advised that you re-install the screensaver.";
+// Told at the start after a run that died, and below at the end of a run that
+// failed: each has its own first words.
+constexpr char kEarlierErrorText[] =
+    "The screen saver recently encountered an error while initializing.\n"
+    "The problem might be easily solved by selecting \"Run in fast mode\"\n"
+    "on the settings screen.  It is recommended that you try this mode\n"
+    "if you continue to have problems.\n\n"
+    "We're sorry for the inconvenience.";
 constexpr char kCriticalErrorText[] =
     "The screensaver recently encountered an error while initializing.\n"
     "The problem might be easily solved by selecting \"Run in fast mode\"\n"
@@ -128,18 +140,52 @@ bool EnterSingleInstance() {
   return true;
 }
 
-// The flags stand while a run is under way: a start that finds them set knows
-// that the last run didn't reach its end.
-void LoadSettings() {
-  ss = new SaverSettings;
-  ss->ReadGeneralRegistry();
-  ss->ReadRegistry();
+// An error that stands in the registry is that of a run which died before it could
+// tell. False if its cause is a damaged file: there is no point in going on.
+bool RecoverFromLastRun() {
+  if (ss->CriticalError != 1 && ss->CriticalError != 2) return true;
+  if (!VerifyFiles()) {
+    MessageBoxA(nullptr, kCorruptedFilesText, "Encountered corrupted file(s)", MB_ICONERROR);
+    return false;
+  }
+  if (ss->CriticalError == 1)
+    MessageBoxA(nullptr, kEarlierErrorText, "Error initializing", MB_OK);
+  return true;
+}
+
+void ClearFlags() {
   SetCrashFlag(0);
   SetDoChecksum(0);
   SetCriticalError(0);
+}
+
+void DropRecord() {
+  delete ss;
+  ss = nullptr;
+}
+
+// They stand while a run is under way: a start that finds them set knows that the
+// last run didn't reach its end.
+void RaiseFlags() {
   if (RunMode == RUNMODE_PREVIEW || RunMode == RUNMODE_CONFIG) return;
   SetCrashFlag(1);
   SetDoChecksum(1);
+}
+
+// False if the program has to end.
+bool LoadSettings() {
+  ss = new SaverSettings;
+  ss->ReadGeneralRegistry();
+  ss->ReadRegistry();
+  const bool recovered = RecoverFromLastRun();
+  ClearFlags();
+  if (!recovered) {
+    DropRecord();
+    ReleaseMutex(InstanceMutex);
+    return false;
+  }
+  RaiseFlags();
+  return true;
 }
 
 void StartLog() {
@@ -160,8 +206,7 @@ void RunInstall() {
   InstallSaver(ModulePath);
   Sleep(kInstallPauseMs);
   RestartAsConfig(ParentWindow, ModulePath);
-  delete ss;
-  ss = nullptr;
+  DropRecord();
   ReleaseMutex(InstanceMutex);
 }
 
@@ -218,8 +263,7 @@ void EndRun() {
   ShowCriticalError();
   SetCrashFlag(0);
   SetDoChecksum(0);
-  delete ss;
-  ss = nullptr;
+  DropRecord();
   CloseLog();
   ReleaseMutex(InstanceMutex);
 }
@@ -234,7 +278,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
   FindPaths();
   if (!EnterSingleInstance()) return 0;
   if (RunMode == RUNMODE_SAVER || RunMode == RUNMODE_PREVIEW) UseRealPixels();
-  LoadSettings();
+  if (!LoadSettings()) return 0;
   StartLog();
   if (request.installRequested) {
     RunInstall();

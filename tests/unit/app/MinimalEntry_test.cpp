@@ -3,6 +3,8 @@
 
 #include "app/Instance.h"
 #include "app/OsVersion.h"
+#include "base/Crc32.h"
+#include "base/FileUtilities.h"
 #include "slideshow/FrameRate.h"
 #include "support/TestLog.h"
 #include "ui/OpenFileRecords.h"
@@ -655,6 +657,110 @@ TEST_F(Entry, AGoodRunTellsNothing) {
   Start("/s");
   EXPECT_THAT(boxes, IsEmpty());
   EXPECT_THAT(LogTexts(), Not(Contains("Showing critical error dialog")));
+}
+
+// --- After a run that died ---
+
+constexpr char kEarlierErrorText[] =
+    "The screen saver recently encountered an error while initializing.\n"
+    "The problem might be easily solved by selecting \"Run in fast mode\"\n"
+    "on the settings screen.  It is recommended that you try this mode\n"
+    "if you continue to have problems.\n\nWe're sorry for the inconvenience.";
+constexpr char kCorruptedText[] =
+    "One or more of the screensaver files appears to have been corrupted.\n\n"
+    "It is strongly advised that you re-install the screensaver.";
+
+class EntryAfterDeath : public Entry {
+ protected:
+  // All files of an installation, with their sums.
+  void InstallWhole() {
+    support::Bytes sums;
+    for (const char* name : {"BTNexgenIPL32.dll", "fmod.dll", "images.bdl", "", "Velmora2.scr",
+                             "Velmora2.scr", "Velmora2.exe", ""}) {
+      std::uint32_t sum = 0;
+      if (*name) {
+        if (!PathExists(temp.File(name).c_str())) temp.Write(name, support::BytesOf(name));
+        CCrc32Static::FileCrc32Win32(temp.File(name).c_str(), sum);
+      }
+      support::AppendU32(sums, sum);
+    }
+    temp.Write("chk.sum", sums);
+  }
+
+ private:
+  // The Windows folder holds a copy of the saver.
+  support::AnyHook windowsFolder_ =
+      ANY_HOOK("kernel32.dll", GetWindowsDirectoryA, [this](LPSTR to, UINT) -> UINT {
+        std::strcpy(to, temp.Path().c_str());
+        return static_cast<UINT>(temp.Path().size());
+      });
+};
+
+TEST_F(EntryAfterDeath, AFailedStartWithGoodFilesIsToldAndTheProgramGoesOn) {
+  InstallWhole();
+  user.SetDword("CriticalError", 1);
+  numbersWritten.clear();
+  Start("/s");
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].text, kEarlierErrorText);
+  EXPECT_EQ(boxes[0].title, "Error initializing");
+  EXPECT_EQ(boxes[0].style, static_cast<UINT>(MB_OK));
+  EXPECT_EQ(boxes[0].owner, nullptr);
+  EXPECT_GE(frames, 1);
+  EXPECT_THAT(WrittenTo("CriticalError"), ElementsAre(0u));
+  EXPECT_THAT(WrittenTo("CrashFlag").front(), 0u);
+}
+
+TEST_F(EntryAfterDeath, AFailureWhileRunningWithGoodFilesIsPassedOver) {
+  InstallWhole();
+  user.SetDword("CriticalError", 2);
+  Start("/s");
+  EXPECT_THAT(boxes, IsEmpty());
+  EXPECT_GE(frames, 1);
+  EXPECT_EQ(user.Dword("CriticalError"), 0u);
+}
+
+TEST_F(EntryAfterDeath, DamagedFilesAreToldAndTheProgramEndsClean) {
+  for (const std::uint32_t error : {1u, 2u}) {
+    for (const char* mode : {"/s", "/c", "/p 1234", "/a", "/z"}) {
+      SCOPED_TRACE(mode);
+      boxes.clear();
+      user.SetDword("CriticalError", error);
+      user.SetDword("CrashFlag", 1);
+      user.SetDword("DoChecksum", 1);
+      EXPECT_EQ(Start(mode), 0);
+      ASSERT_EQ(boxes.size(), 1u);
+      EXPECT_EQ(boxes[0].text, kCorruptedText);
+      EXPECT_EQ(boxes[0].title, "Encountered corrupted file(s)");
+      EXPECT_EQ(boxes[0].style, static_cast<UINT>(MB_ICONERROR));
+      EXPECT_EQ(boxes[0].owner, nullptr);
+      for (const char* flag : {"CriticalError", "CrashFlag", "DoChecksum"})
+        EXPECT_EQ(user.Dword(flag), 0u) << flag;
+      EXPECT_EQ(ss, nullptr);
+      EXPECT_EQ(frames, 0);
+      EXPECT_TRUE(!InstanceMutex || IsFree(InstanceMutex));
+    }
+  }
+  EXPECT_FALSE(PathExists((AppDataPath + "VelmoraLog.txt").c_str()));
+}
+
+TEST_F(EntryAfterDeath, TheStartAfterThatIsAnOrdinaryOne) {
+  user.SetDword("CriticalError", 1);
+  Start("/s");
+  boxes.clear();
+  Start("/s");
+  EXPECT_THAT(boxes, IsEmpty());
+  EXPECT_GE(frames, 1);
+}
+
+TEST_F(EntryAfterDeath, WithoutAnErrorNoFileIsLookedAt) {
+  user.SetDword("CrashFlag", 1);
+  user.SetDword("DoChecksum", 1);
+  for (const std::uint32_t error : {0u, 3u, 0xFFFFFFFFu}) {
+    user.SetDword("CriticalError", error);
+    Start("/s");
+  }
+  EXPECT_THAT(boxes, IsEmpty());
 }
 
 }  // namespace
