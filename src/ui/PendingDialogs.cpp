@@ -2,7 +2,6 @@
 // and a button closes them.
 
 #include "ui/AboutDialog.h"
-#include "ui/UpdateDialog.h"
 
 namespace {
 
@@ -14,9 +13,5 @@ INT_PTR CloseOnButton(HWND hwnd, UINT message, WPARAM wParam) {
 }  // namespace
 
 INT_PTR CALLBACK AboutDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
-  return CloseOnButton(hwnd, message, wParam);
-}
-
-INT_PTR CALLBACK UpdateDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM) {
   return CloseOnButton(hwnd, message, wParam);
 }

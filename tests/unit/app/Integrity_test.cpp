@@ -52,8 +52,8 @@ class Integrity : public testing::Test {
                 [this](LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                        DWORD how, DWORD flags, HANDLE like) -> HANDLE {
                   opened_.push_back(path);
-                  return REAL_IMPORT("kernel32.dll", CreateFileA)(path, access, share, security, how,
-                                                                 flags, like);
+                  return REAL_IMPORT("kernel32.dll", CreateFileA)(path, access, share, security,
+                                                                  how, flags, like);
                 });
     return VerifyFiles();
   }
