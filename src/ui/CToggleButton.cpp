@@ -3,6 +3,14 @@
 #include "base/win_owned.h"
 #include "ui/Subclass.h"
 
+namespace {
+
+bool IsPushed(WNDPROC button, HWND hwnd) {
+  return (CallFormerProc(button, hwnd, BM_GETSTATE, 0, 0) & BST_PUSHED) != 0;
+}
+
+}  // namespace
+
 CToggleButton::~CToggleButton() {
   if (windowDC) ReleaseDC(window, windowDC);
   if (memoryDC) DeleteDC(memoryDC);
@@ -54,7 +62,15 @@ LRESULT CToggleButton::WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM
     ::SetCursor(cursor);
     return TRUE;
   }
-  return CallFormerProc(oldProc, hwnd, message, wParam, lParam);
+  // Each press is to be drawn pressed exactly once, since that is what flips.
+  // Some systems redraw for a state that the button has already, as it gets with
+  // every motion of a held mouse; and they only mark it for painting, so that a
+  // quick click would be over before it was ever drawn.
+  const bool setsState = message == BM_SETSTATE;
+  if (setsState && IsPushed(oldProc, hwnd) == (wParam != 0)) return 0;
+  const LRESULT result = CallFormerProc(oldProc, hwnd, message, wParam, lParam);
+  if (setsState) UpdateWindow(hwnd);
+  return result;
 }
 
 ToggleButtonList::~ToggleButtonList() {

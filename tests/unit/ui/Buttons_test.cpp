@@ -226,6 +226,28 @@ TEST_F(ToggleTest, AClickFlipsItOnce) {
   EXPECT_EQ(host.clicked, (std::vector<int>{kId, kId}));
 }
 
+TEST_F(ToggleTest, AClickThatIsOverBeforeAnythingIsPaintedFlipsItOnce) {
+  const CToggleButton* toggle = Add();
+  PostMessageA(row, WM_LBUTTONDOWN, MK_LBUTTON, MousePoint(10, 7));
+  PostMessageA(row, WM_LBUTTONUP, 0, MousePoint(10, 7));
+  PumpMessages();
+  EXPECT_TRUE(toggle->on);
+  EXPECT_TRUE(PixelsNear(ReadControl(row), ExpectedRow(onPicture)));
+}
+
+TEST_F(ToggleTest, AMouseThatTremblesDuringAClickFlipsItOnce) {
+  const CToggleButton* toggle = Add();
+  Press(row, 10, 7);
+  for (int x = 11; x < 14; ++x) {
+    DragTo(row, x, 7);
+    PumpMessages();
+    EXPECT_TRUE(toggle->on);
+  }
+  Release(row, 13, 7);
+  PumpMessages();
+  EXPECT_TRUE(toggle->on);
+}
+
 TEST_F(ToggleTest, ASpaceBarFlipsItOnce) {
   const CToggleButton* toggle = Add();
   SetFocus(row);
