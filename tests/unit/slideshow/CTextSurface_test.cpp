@@ -411,6 +411,16 @@ TEST_F(TextSurface, AFontThatCannotBeMadeLeavesNoText) {
   EXPECT_GT(Render("Sunset"), 0);
 }
 
+// The size comes from a setting that may be anything.
+TEST_F(TextSurface, AFontBeyondAllMeasureDoesNoHarm) {
+  Prepare();
+  for (const int size : {-3000, -100000, -0x7FFFFFFF, 0x7FFFFFFF, 0}) {
+    SetFont(size);
+    EXPECT_GE(Render("Sunset"), 0) << size;
+    EXPECT_EQ(Render(""), 0) << size;
+  }
+}
+
 TEST_F(TextSurface, NoFaceIsNoFont) {
   EXPECT_FALSE(text.SetFont(nullptr, -22, 0, 700, 0xFFFFFF, 0, 0, 0, 4, 4, 0));
   Prepare();
