@@ -7,7 +7,7 @@ struct SessionOptions {
   const char* bundle = nullptr;
   int changes = 6;              // of slides
   bool baselines = false;       // draw their frames between those of the show
-  float delaySeconds = 3;       // a picture stands
+  float delaySeconds = 4;       // a picture stands
   std::int32_t cramSize = 1024; // px
   bool captions = false;
 };

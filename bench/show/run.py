@@ -2,7 +2,7 @@
 """Measures the Direct3D show against the least that its frames can cost.
 
 usage: run.py SHOW_BENCH_EXE [--sizes 1280x1024,1920x1080] [--cram 1024] [--changes 6]
-              [--out DIR]
+              [--delay 4] [--captions] [--out DIR]
 
 For each screen size, on a display and a Wine prefix of its own:
 
@@ -18,7 +18,6 @@ the milliseconds. Prints tables and draws out/show-bench.png.
 """
 
 import argparse
-import collections
 import io
 import pathlib
 import subprocess
@@ -133,9 +132,12 @@ def report_frames(session):
     show, decoding = (figures(session.times(series)) for series in ("show", "decoding"))
     # By phase: a median over both would jump between them with their shares.
     for phase, kinds in PHASES.items():
-        ratio = numpy.median(session.times("show", *kinds)) / numpy.median(
-            session.times("bare", *kinds))
-        verdict(f"median frame, {phase}, show / B1", ratio, TARGETS["median"])
+        frames, least = session.times("show", *kinds), session.times("bare", *kinds)
+        if len(frames) and len(least):
+            verdict(f"median frame, {phase}, show / B1",
+                    numpy.median(frames) / numpy.median(least), TARGETS["median"])
+        else:
+            print(f"  no frames of both to compare with {phase}; try a longer --delay")
     verdict("99th percentile, show / B2", show[3] / decoding[3], TARGETS["p99"])
     verdict("worst frame, show / B2", show[4] / decoding[4], TARGETS["worst"])
     print(f"  heap calls in a steady frame: {session.values['steady_allocations']:.0f}")
@@ -200,18 +202,22 @@ def main():
     parser.add_argument("--sizes", default="1280x1024,1920x1080")
     parser.add_argument("--cram", type=int, default=1024)
     parser.add_argument("--changes", type=int, default=6)
+    parser.add_argument("--delay", type=float, default=4)
+    parser.add_argument("--captions", action="store_true")
     parser.add_argument("--out", type=pathlib.Path, default=ROOT / "out")
     options = parser.parse_args()
     bundle = ROOT / "build" / "bench" / "photographs.bdl"
     make_bundle(bundle)
     largest = max(w * h for w, h in SIZES[:options.changes + 2])
-    sessions = collections.OrderedDict()
+    session = ["session", bundle, options.changes, options.cram, options.delay]
+    session += ["captions"] if options.captions else []
+    sessions = {}
     for size in options.sizes.split(","):
         print(f"\n=== {size}, pictures limited to {options.cram} px", flush=True)
         with Bench(options.exe, *map(int, size.split("x"))) as bench:
-            both = Session(bench.run("session", bundle, options.changes, options.cram, "baselines"))
+            both = Session(bench.run(*session, "baselines"))
             report_frames(both)
-            alone = Session(bench.run("session", bundle, options.changes, options.cram))
+            alone = Session(bench.run(*session))
             report_session(alone, 4.0 * largest)
             tiles = int(alone.values["tiles"])
             opengl = Session(bench.run("opengl", tiles, 5))
