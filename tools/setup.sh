@@ -11,8 +11,8 @@ PACKAGES=(
   # Tests
   libgtest-dev googletest python3-numpy python3-pil python3-pytest
   libjpeg-turbo-progs libimage-exiftool-perl webp
-  # The picture decoders' libraries for this machine, for the sanitizers
-  libjpeg62-turbo-dev libpng-dev libwebp-dev libgif-dev
+  # The decoders' libraries for this machine, for the sanitizers
+  libjpeg62-turbo-dev libpng-dev libwebp-dev libgif-dev libmpg123-dev libvorbis-dev
   # The drawings of the configuration window, and their typeface
   librsvg2-bin fontconfig fonts-lato
   # Running the program: Wine, a display without a screen, the tools to look at it

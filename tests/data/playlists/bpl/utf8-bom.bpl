@@ -1,0 +1,1 @@
+﻿<playlist><entry Playstring="file:Tél\Első.mp3"/><entry Playstring="  ..\b.mp3  "/></playlist>
