@@ -40,12 +40,10 @@ class Window:
         left, top, _, _ = self.rect()
         return left + point[0], top + point[1]
 
-    def move_mouse(self, point):
-        self.desktop.display.move_mouse(*self.place_on_screen(point))
-
     def click(self, point):
-        self.move_mouse(point)
-        self.desktop.display.click()
+        """In one go, so that no tooltip comes up before the click: as it goes away again, what lies
+        below is repainted, and a toggle that is painted while it is held flips once more."""
+        self.desktop.display.xdotool("mousemove", *self.place_on_screen(point), "click", 1)
 
     def drag(self, start, end):
         """Presses at one point and releases at another, by way of points between."""
