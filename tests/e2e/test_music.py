@@ -228,3 +228,19 @@ def test_without_a_sound_device_a_box_says_so_and_the_show_goes_on(stage, four_p
     stage.desktop.hand.answer_box(prompt)
     assert run.wait_end() == 0
     assert stage.desktop.setting_dword("CriticalError") == 0
+
+
+# --- Everything at once
+
+def test_keys_and_ends_at_the_same_time_do_no_harm(stage):
+    """Tracks of both engines that are over as soon as they begin, and keys in between."""
+    tracks = [(f"{n}{suffix}", sound.tone(300 + 40 * n, 0.06, suffix))
+              for n in range(6) for suffix in (".ogg", ".mp3", ".wav")]
+    stage.playlist(*tracks, ("bad.mp3", NO_MUSIC), ("bad.ogg", NO_MUSIC))
+    run = stage.start().wait_for_show()
+    for _ in range(12):
+        for key in ("Right", "Left", "Down", "Up", "Down", "Right"):
+            stage.desktop.display.key(key)
+    at = stage.press("Right")
+    stage.recording.wait_for_sound(at, looks=1, alive=run.ended)
+    stage.end(run)
