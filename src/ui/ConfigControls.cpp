@@ -174,15 +174,15 @@ void CreateToggles(HWND dialog, HDC windowDc) {
   ShowSettingsInToggles();
 }
 
-// The note's procedure stands in front of the toggle's and goes first.
+// The windows go while their procedures still stand in a row: tooltips watch
+// them by procedures of their own, which end with the window.
 void DestroyToggles() {
-  if (formerFastModeProc) ReplaceProc(toggleWindows.back(), formerFastModeProc);
-  formerFastModeProc = nullptr;
-  toggles.reset();
   for (HWND& window : toggleWindows) {
     if (window) DestroyWindow(window);
     window = nullptr;
   }
+  formerFastModeProc = nullptr;
+  toggles.reset();
   offIndicator.reset();
   onIndicator.reset();
   indicatorMask = {};
@@ -195,12 +195,22 @@ bool ToggleIsOn(unsigned id) {
   return toggle && toggle->on;
 }
 
+namespace {
+
+void ShowFastModeNote(HWND toggle) {
+  // The button still counts as pressed, and a pressed toggle would flip back
+  // when the box uncovers it.
+  if (GetCapture() == toggle) ReleaseCapture();
+  MessageBoxA(toggle,
+              "NOTE: This mode is only recommended for slower computers\n"
+              "or if you are having problems running in normal mode.",
+              "NOTE", MB_ICONINFORMATION);
+}
+
+}  // namespace
+
 LRESULT CALLBACK FastModeButtonProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (message == WM_LBUTTONUP && ToggleIsOn(IDC_FAST_MODE))
-    MessageBoxA(hwnd,
-                "NOTE: This mode is only recommended for slower computers\n"
-                "or if you are having problems running in normal mode.",
-                "NOTE", MB_ICONINFORMATION);
+  if (message == WM_LBUTTONUP && ToggleIsOn(IDC_FAST_MODE)) ShowFastModeNote(hwnd);
   return CallFormerProc(formerFastModeProc, hwnd, message, wParam, lParam);
 }
 

@@ -191,8 +191,8 @@ void OnBarePress(HWND hwnd, LPARAM lParam) {
 
 // --- End ---
 
-// What exists goes, also where a failure left the window without its outline.
-// The tooltips watch their controls by subclassing and go before them.
+// What exists goes, also where a failure left the window without its outline;
+// the tooltips go before the controls that they watch.
 void OnDestroy() {
   DestroyTooltips();
   DestroySkinControls();

@@ -1,0 +1,276 @@
+"""What a user does in the settings window: clicks, drags, keys, questions, and what comes of it."""
+
+import contextlib
+import io
+import struct
+
+import numpy
+import PIL.Image
+import pytest
+
+from harness import pictures
+from harness.saver import SETTINGS_KEY
+from harness.waiting import wait_until
+
+pytestmark = pytest.mark.display(width=1024, height=768)
+
+TITLE = "Velmora 2  v 1.0"
+TOGGLES = {  # setting: left, top, and the default
+    "SetAsWallpaper": (359, 274, 0), "RandomOrder": (364, 294, 1), "Animate": (426, 314, 1),
+    "Crossfade": (412, 334, 1), "CramImages": (391, 354, 1), "PlayMusic": (394, 94, 1),
+    "DefaultMusic": (419, 127, 1), "CustomMusic": (418, 147, 0), "ShuffleMusic": (391, 185, 1),
+    "FastMode": (14, 295, 0)}
+
+
+def member(program, wanted):
+    """A member of the bundle behind a program, read from the format's description."""
+    (position,) = struct.unpack("<I", program[-4:])
+    while position < len(program) - 4:
+        end = program.index(b"\0", position)
+        name, position = program[position:end].decode("cp1252"), end + 1
+        if name.startswith("?"):
+            continue
+        offset, size = struct.unpack_from("<II", program, position)
+        position += 8
+        if name == wanted:
+            return program[offset:offset + size]
+    raise LookupError(wanted)
+
+
+class Window:
+    """The settings window of one run."""
+
+    def __init__(self, desktop):
+        self.desktop = desktop
+        desktop.display.move_mouse(0, 0)  # where it covers nothing
+        self.run = desktop.start(program="Velmora2.exe")
+        self.skin = numpy.asarray(PIL.Image.open(io.BytesIO(
+            member((desktop.install / "Velmora2.exe").read_bytes(), "menuskin.jpg"))))
+        self.hwnd = wait_until("the settings window", self._find, alive=self.run.ended)["hwnd"]
+        wait_until("its picture", self._is_painted, alive=self.run.ended)
+
+    def _find(self):
+        found = [w for w in self.desktop.hand.windows("#32770", TITLE) if w["visible"]]
+        return found[0] if found else None
+
+    def _is_painted(self):
+        return all(self.indicator(name) is not None for name in TOGGLES)
+
+    def corner(self):
+        return self._find()["rect"][:2]
+
+    def pixels(self, x, y, width, height):
+        left, top = self.corner()
+        return self.desktop.display.shot()[top + y:top + y + height, left + x:left + x + width]
+
+    def move_to(self, x, y):
+        left, top = self.corner()
+        self.desktop.display.move_mouse(left + x, top + y)
+
+    def click(self, x, y, button=1):
+        """In one go, before a tooltip comes up."""
+        left, top = self.corner()
+        self.desktop.display.xdotool("mousemove", left + x, top + y, "click", button,
+                                     "mousemove", 0, 0)
+
+    def drag(self, start, end):
+        left, top = self.corner()
+        xdotool = self.desktop.display.xdotool
+        xdotool("mousemove", left + start[0], top + start[1], "mousedown", 1)
+        for step in range(1, 5):
+            xdotool("mousemove", left + start[0] + (end[0] - start[0]) * step // 4,
+                    top + start[1] + (end[1] - start[1]) * step // 4)
+        xdotool("mouseup", 1)
+
+    def indicator(self, name):
+        """What a toggle's indicator shows in its middle, where the mask is open."""
+        left, top, _ = TOGGLES[name]
+        right, height = {"FastMode": (116, 34), "PlayMusic": (505, 15), "DefaultMusic": (504, 15),
+                         "CustomMusic": (504, 15), "ShuffleMusic": (537, 15)}.get(name, (519, 15))
+        shown = self.pixels(right - 20, top + height // 2 - 7, 20, 15)[:, 5:15]
+        for state, sample in ((False, 314), (True, 334)):
+            if numpy.array_equal(shown, self.skin[sample:sample + 15, 504:514]):
+                return state
+        return None
+
+    def wait_for_indicator(self, name, state):
+        wait_until(f"{name} shows {state}", lambda: self.indicator(name) is state,
+                   alive=self.run.ended)
+
+    def flip(self, name, answer=None):
+        """Clicks a toggle; answers the box that it brings."""
+        before = self.indicator(name)
+        left, top, _ = TOGGLES[name]
+        self.click(left + 8, top + 7)
+        if answer:
+            title, button = answer
+            self.desktop.hand.answer_box(
+                self.desktop.hand.wait_for_box(title, self.run.ended), button)
+        self.wait_for_indicator(name, not before)
+
+    def ok(self):
+        self.click(500, 400)
+        assert self.run.wait_end() == 0
+
+
+@pytest.fixture
+def window(bare_desktop):
+    return Window(bare_desktop)
+
+
+def stored(desktop):
+    return desktop.hand.value_names("HKCU", SETTINGS_KEY)
+
+
+def test_every_toggle_is_flipped_and_stored(window):
+    for name, (_, _, default) in TOGGLES.items():
+        assert window.indicator(name) is (not default if name == "CramImages" else bool(default))
+    answers = {"SetAsWallpaper": ("Stretch Wallpaper?", 6), "FastMode": ("NOTE", 1)}
+    for name in TOGGLES:
+        window.flip(name, answers.get(name))
+    window.ok()
+    for name, (_, _, default) in TOGGLES.items():
+        assert window.desktop.setting_dword(name) == 1 - default, name
+    assert window.desktop.setting_dword("StretchWallpaper") == 1
+
+
+def test_toggles_that_go_off_ask_nothing(bare_desktop):
+    bare_desktop.settings(SetAsWallpaper=1, FastMode=1, StretchWallpaper=1)
+    window = Window(bare_desktop)
+    window.flip("SetAsWallpaper")
+    window.flip("FastMode")
+    assert [b["text"] for b in bare_desktop.hand.boxes()] == [TITLE]
+    window.ok()
+    assert bare_desktop.setting_dword("SetAsWallpaper") == 0
+    assert bare_desktop.setting_dword("FastMode") == 0
+    assert bare_desktop.setting_dword("StretchWallpaper") == 1
+
+
+def test_sliders_follow_the_mouse_beyond_the_window(window):
+    window.drag((391, 254), (480, 300))  # over the delay's right end
+    window.drag((610, 97), (610, 148))   # half way down the volume
+    window.ok()
+    assert window.desktop.setting_text("ImageDelay") == "30.000000"
+    assert window.desktop.setting_text("MusicVol") == str(int(255 - 54 / 104.5 * 255))
+
+
+def test_delay_dragged_off_the_left_of_the_window_is_the_shortest(window):
+    window.drag((391, 254), (-150, 254))
+    window.ok()
+    assert window.desktop.setting_text("ImageDelay") == "4.000000"
+
+
+def test_the_wheel_over_the_knob_moves_it(bare_desktop):
+    window = Window(bare_desktop)
+    left, top = window.corner()
+    knob = window.pixels(614, 275, 15, 94)
+    bare_desktop.display.xdotool("mousemove", left + 621, top + 281, "click", 1, "click", 5)
+    wait_until("the knob has gone down", lambda: not numpy.array_equal(
+        window.pixels(614, 275, 15, 94), knob), alive=window.run.ended)
+    bare_desktop.display.xdotool("click", 4, "mousemove", 0, 0)
+    wait_until("it is back", lambda: numpy.array_equal(window.pixels(614, 275, 15, 94), knob),
+               alive=window.run.ended)
+
+
+def test_press_on_a_track_pages(window):
+    window.click(470, 254)
+    window.ok()
+    # The knob goes from 24.1 to 34.1 px of 104.5.
+    assert window.desktop.setting_text("ImageDelay") == "12.000000"
+
+
+def test_a_mode_is_picked_by_the_mouse_and_the_keys(bare_desktop):
+    window = Window(bare_desktop)
+    window.click(550, 295)  # the second row
+    bare_desktop.display.key("Down")
+    bare_desktop.display.key("Up")
+    window.ok()
+    mode = [bare_desktop.setting_text(f"DispMode{part}") for part in ("Width", "Height", "Bits")]
+    assert mode in (["1024", "768", "16"], ["1024", "768", "32"])
+    window = Window(bare_desktop)
+    window.click(550, 282)  # "No change"
+    window.ok()
+    assert [bare_desktop.setting_text(f"DispMode{part}")
+            for part in ("Width", "Height", "Bits")] == ["0", "0", "0"]
+
+
+def test_escape_cancels_and_delete_does_nothing(window):
+    window.flip("Animate")
+    window.desktop.display.key("Delete")
+    window.flip("Crossfade")
+    window.desktop.display.key("Escape")
+    assert window.run.wait_end() == 0
+    assert window.desktop.setting_dword("Animate") is None
+
+
+def test_space_flips_the_toggle_that_has_the_focus(window):
+    window.flip("Animate")
+    window.desktop.display.key("space")
+    window.wait_for_indicator("Animate", True)
+
+
+def test_f1_asks_for_the_help_file(window):
+    window.flip("Animate")
+    window.desktop.display.key("F1")
+    # There is none in this folder, and the system's help says so.
+    box = wait_until("the system's help", lambda: [
+        b for b in window.desktop.hand.boxes() if b["text"] != TITLE], alive=window.run.ended)[0]
+    texts = [c["text"] for c in window.desktop.hand.children(box["hwnd"])]
+    assert any("VELMORA2.HLP" in text.upper() for text in texts), texts
+    window.desktop.hand.answer_box(box, 7)
+
+
+def test_a_tooltip_tells_what_a_control_does(window):
+    window.move_to(430, 300)
+    window.move_to(440, 301)
+    tip = wait_until("a tooltip", lambda: [
+        w for w in window.desktop.hand.windows("tooltips_class32") if w["visible"]],
+        alive=window.run.ended)[0]
+    assert tip["text"] == "Display images in a random order"
+
+
+@contextlib.contextmanager
+def damaged(desktop, change):
+    """A program whose bytes `change` has altered, started; its first box."""
+    program = desktop.install / "Velmora2.exe"
+    program.write_bytes(change(program.read_bytes()))
+    run = desktop.start(program="Velmora2.exe")
+    yield run, desktop.hand.wait_for_box("ERROR", run.ended)
+
+
+def test_a_damaged_bundle_is_told_and_leaves_a_window_that_stores_nothing(bare_desktop):
+    with damaged(bare_desktop, lambda data: data[:-4] + b"\xee" * 4) as (run, box):
+        assert box["message"] == (
+            "Error opening menu graphic! File probably corrupt.\n"
+            "Try re-installing or re-downloading this screensaver")
+        bare_desktop.hand.answer_box(box)
+        plain = wait_until("the plain window", lambda: [
+            b for b in bare_desktop.hand.boxes() if b["text"] == TITLE], alive=run.ended)[0]
+        bare_desktop.hand.ask("post", plain["hwnd"], 0x0111, 1, 0)  # OK
+        assert run.wait_end() == 0
+    # The flags of the run itself are all that there is.
+    assert set(stored(bare_desktop)) == {"CrashFlag", "CriticalError", "DoChecksum"}
+
+
+def test_a_damaged_picture_is_told_and_ends_the_program(bare_desktop):
+    def blot(data):
+        at = data.index(member(data, "menuskin.jpg"))
+        return data[:at] + b"\0" * 20 + data[at + 20:]
+
+    with damaged(bare_desktop, blot) as (run, box):
+        assert box["message"].startswith("Error loading menu graphic!")
+        bare_desktop.hand.answer_box(box)
+        assert run.wait_end() == 0
+
+
+def test_the_saver_runs_by_what_was_set_up(bare_desktop, four_pictures):
+    bare_desktop.slides(four_pictures)
+    window = Window(bare_desktop)
+    window.flip("FastMode", ("NOTE", 1))
+    window.flip("RandomOrder")
+    window.flip("PlayMusic")
+    window.ok()
+    run = bare_desktop.start("/s").wait_for_show()
+    assert run.wait_for_picture(*four_pictures) == four_pictures[0], "in order"
+    assert "initD3D" not in run.log_text(), "in fast mode"
+    assert pictures.which(bare_desktop.display.shot(), four_pictures)
