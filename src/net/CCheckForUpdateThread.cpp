@@ -34,7 +34,8 @@ void CCheckForUpdateThread::LeaveWorker() {
 }
 
 bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, const char* newVersion,
-                                  const char* newTitle, HWND window, std::uint32_t messageNumber) {
+                                  const char* newTitle, HWND window,
+                                  std::uint32_t messageNumber) try {
   LeaveWorker();
   failed = hasLink = false;
   for (SimpleString* outcome : {&reply, &message, &link}) outcome->Assign("");
@@ -56,6 +57,8 @@ bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, cons
   SetThreadPriority(handle, THREAD_PRIORITY_NORMAL);
   ResumeThread(handle);
   return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 unsigned int CCheckForUpdateThread::Run() {

@@ -24,7 +24,8 @@ class CCheckForUpdateThread : public cThread {
 
   // Sends the question. `message` goes to `window` by SendMessageA when the
   // outcome stands; the getters are for after that. An earlier check is stopped
-  // first. False if there is no thread to be had: then no message comes.
+  // first. False if there is no thread or no memory to be had: then no message
+  // comes.
   bool Start(const char* host, const char* path, const char* version, const char* title,
              HWND window, std::uint32_t message);
 

@@ -97,7 +97,7 @@ void CReportBugThread::LeaveWorker() {
 bool CReportBugThread::Start(const char* newHost, const char* newPath, const char* newVersion,
                              const char* newAppName, const char* newLogFile,
                              const char* newDumpFile, const char* newComments, HWND window,
-                             std::uint32_t messageNumber) {
+                             std::uint32_t messageNumber) try {
   LeaveWorker();
   failed = false;
   status = 1;
@@ -124,6 +124,8 @@ bool CReportBugThread::Start(const char* newHost, const char* newPath, const cha
   SetThreadPriority(handle, THREAD_PRIORITY_NORMAL);
   ResumeThread(handle);
   return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 // The log's head and foot lines hold a NUL, and the text travels as a string.
