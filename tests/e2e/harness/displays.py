@@ -9,6 +9,7 @@ import tempfile
 import time
 
 import numpy
+import PIL.Image
 
 from framebuffer import FrameBuffer
 
@@ -75,6 +76,18 @@ class _Display:
         self.xdotool("key", name)
 
 
+def stable_shot(display):
+    """The screen between two drawings of it: two looks at it agree."""
+    shots = [display.shot()]
+
+    def agree():
+        shots.append(display.shot())
+        return (shots[-1] == shots[-2]).all()
+
+    wait_until("the screen stands still for a moment", agree, step=0)
+    return shots[-1]
+
+
 class VirtualDisplay(_Display):
     """Xvfb: one monitor of any size and depth, its pixels mapped from a file."""
 
@@ -86,6 +99,14 @@ class VirtualDisplay(_Display):
              "-noreset", "-fbdir", str(self.folder)], self.folder)
         self.name = ":" + number
         self.shot = FrameBuffer(self.folder).shot
+
+    def paint_desktop(self, marked, mark, ground):
+        """Paints what lies behind all windows: where `marked`, a screen of flags,
+        is true in the colour `mark`, elsewhere in `ground`."""
+        path = self.folder / "desktop.xbm"
+        PIL.Image.fromarray(marked).save(path)
+        subprocess.run(["xsetroot", "-bitmap", str(path), "-fg", "#%02x%02x%02x" % mark,
+                        "-bg", "#%02x%02x%02x" % ground], env=self.environment(), check=True)
 
 
 _DUMMY_SCREENS = """

@@ -32,12 +32,29 @@ def paint(width, height, hue):
     return numpy.clip(base + (wave + ramp)[:, :, None], 1, 254).round().astype("uint8")
 
 
-def picture(name, width, height, hue, declared=None):
+def waves(width, height, hue):
+    """A scene that tells its place everywhere: slopes across and down, steep
+    enough that a shift of a pixel shows, and soft enough for all filters."""
+    base = paint(width, height, hue).astype(float)
+    x = 2 * numpy.pi * (6 + hue) * numpy.arange(width) / width
+    y = 2 * numpy.pi * (5 + hue) * numpy.arange(height) / height
+    mesh = numpy.sin(x)[None, :] * numpy.cos(y)[:, None]
+    tilt = numpy.sin(x[None, :] / 2 + y[:, None] / 2)
+    return numpy.clip(base * 0.6 + 50 + numpy.stack([50 * mesh, 40 * tilt, 30 * mesh + 20 * tilt], 2),
+                      1, 254).round().astype("uint8")
+
+
+def picture(name, width, height, hue, declared=None, scene=paint):
     """A picture in the format of its name's extension.
 
     `declared` is the size that the catalogue tells, if it isn't the true one.
     """
-    pixels = paint(width, height, hue)
+    return encoded(name, scene(width, height, hue), declared)
+
+
+def encoded(name, pixels, declared=None):
+    """These pixels in the format of the name's extension."""
+    height, width = pixels.shape[:2]
     stream = io.BytesIO()
     options = {"quality": 95, "subsampling": 0} if name.endswith("jpg") else {}
     PIL.Image.fromarray(pixels).save(stream, _FORMATS[name.rsplit(".", 1)[1]], **options)

@@ -25,6 +25,14 @@ _LINE = re.compile(r"(?P<mark>[A-Z><! ]) (?P<file> *\S+)\[(?P<line>\d{4})\]"
                    r"(?P<time>\d\d/\d\d \d\d:\d\d:\d\d) (?P<text>.*)")
 
 
+def log_second(text, line):
+    """When the log's line was written, in seconds of the system's clock."""
+    row = next(row for row in text.splitlines() if row.endswith(line))
+    written = time.strptime(f"{time.localtime().tm_year} {_LINE.fullmatch(row)['time']}",
+                            "%Y %m/%d %H:%M:%S")
+    return int(time.mktime(written))
+
+
 def log_lines(text):
     """The log's lines as (mark, text), head, foot and the empty ones left out."""
     lines = []

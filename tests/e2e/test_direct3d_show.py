@@ -1,0 +1,285 @@
+"""The Direct3D show against a reference that shares nothing with it.
+
+A screenshot's time is known only roughly. So the time is sought at which the
+reference looks most like it, and the rest is asserted: every pixel's place and
+colour. On a slow machine moments come late, and are found all the same.
+"""
+
+import functools
+import time
+
+import numpy
+import pytest
+
+from harness import pictures, reference
+from harness.displays import stable_shot
+from harness.reference import DESKTOP_MS, OPENING_MS, TRANSITION_MS, Show
+from harness.saver import log_second
+from harness.waiting import wait_until
+
+pytestmark = pytest.mark.display(width=320, height=240)
+
+# Mean error of a whole screen, in levels of 255: two programs round and resample
+# in ways of their own, a quarter of a level as a rule. A picture that lies off by
+# a single pixel differs by three levels and more.
+BOUND = 1.0
+BOUND_16_BITS = 4.0   # a step of red is eight levels, and the device dithers
+SEAM = 5.0            # of any pixel
+LATE_MS = 5000        # how much of its way the screen may make up for at once
+AHEAD_MS = 5000       # how far a slide may be ahead of its phase
+MOST_SLIDES = 60      # that a test watches, on the slowest machine
+
+
+class Watch:
+    """Looks at a run, one moment after the other."""
+
+    def __init__(self, run):
+        self.run = run
+        self._last = None
+
+    def next_shot(self):
+        """(its time in ms, pixels) of the next screen that isn't as the last."""
+        def differs():
+            shot = stable_shot(self.run.desktop.display)
+            if self._last is None or (shot != self._last).any():
+                self._last = shot
+                return True
+            return False
+        wait_until("the screen changes", differs, 60, alive=self.run.ended)
+        return time.monotonic() * 1000, self._last
+
+    def until(self, condition):
+        """The first shot that is so."""
+        found = self.next_shot()
+        while not condition(found[1]):
+            found = self.next_shot()
+        return found
+
+
+def is_black(pixels):
+    """Nothing but perhaps a mouse pointer."""
+    return pixels.mean() < 1
+
+
+def is_lit(pixels):
+    return not is_black(pixels)
+
+
+def stripes(show):
+    """Slanted stripes all over the screen, as flags."""
+    y, x = numpy.mgrid[0:show.height, 0:show.width]
+    return (x + 2 * y) // 40 % 2 == 0
+
+
+def start(desktop, show, shown, desktop_colours=((0, 0, 0), (0, 0, 0))):
+    """Starts the show, over a black desktop unless told otherwise."""
+    desktop.display.paint_desktop(stripes(show), *desktop_colours)
+    desktop.settings(**show.settings())
+    desktop.slides(shown)
+    return Watch(desktop.start("/s"))
+
+
+def assert_matches(shot, expected, bound=BOUND):
+    assert reference.mean_error(expected, shot) < bound
+    assert reference.displacement(expected, shot) < 1
+
+
+class Course:
+    """Follows a timeline from shot to shot.
+
+    The clock may jump ahead: what was drawn reaches the screen late at first, on
+    a slow machine. It never runs back.
+    """
+
+    def __init__(self, timeline, begin):
+        self._timeline, self._taken, self._clock, self._lowest = timeline, begin, 0, 0
+        self._ahead = [0, 0] if timeline.slides[0].moves() else []  # of the slides' clocks
+
+    def follow(self, taken, pixels):
+        """Finds the shot's times; returns the screen as it should be then."""
+        lowest, guess = self._lowest, self._clock + taken - self._taken
+        highest = guess + LATE_MS
+        clock, *slides = reference.fitted(
+            pixels, self._timeline.screen, (guess, lowest, highest),
+            *[(guess + ahead, lowest, highest + AHEAD_MS) for ahead in self._ahead])
+        self._note(taken, clock, slides)
+        return self._timeline.screen(clock, *slides)
+
+    def _note(self, taken, clock, slides):
+        """While a slide stands, nothing but its own clock tells the time."""
+        self._third = None
+        share = self._timeline.change_under_way(clock)
+        if self._timeline.stands(clock):
+            if not slides:
+                return
+            clock = min(clock, slides[0])
+            self._lowest = max(self._lowest, slides[0] - AHEAD_MS)
+        else:
+            self._lowest = max(self._lowest, clock - 100)
+            self._third = None if share is None else int(share * 3)
+        self._taken, self._clock = taken, clock
+        self._ahead = [min(max(slide - clock, 0), AHEAD_MS) for slide in slides]
+
+    def third_of_change(self):
+        """Which third of a change of slides it was, if any."""
+        return self._third
+
+
+def assert_course(watch, timelines, first, bound=BOUND, largest=None):
+    """What comes after the shot `first` is one of the timelines, screen by screen,
+    till each third of a change of slides has been seen."""
+    courses = [Course(timeline, first[0]) for timeline in timelines]
+    seen, shot = set(), first
+    while not {0, 1, 2} <= seen:
+        found = [(course, course.follow(*shot)) for course in courses]
+        error = {course: reference.mean_error(expected, shot[1]) for course, expected in found}
+        course, expected = min(found, key=lambda pair: error[pair[0]])
+        assert_matches(shot[1], expected, bound)
+        assert largest is None or reference.largest_error(expected, shot[1]) < largest
+        courses = [c for c in courses if error[c] < bound]
+        seen.add(course.third_of_change())
+        shot = watch.next_shot()
+
+
+def wavy(name, width, height, hue, declared=None):
+    return pictures.picture(name, width, height, hue, declared, scene=pictures.waves)
+
+
+# --- Still pictures: place, tiles, resampling
+
+@pytest.mark.parametrize("name, width, height, declared, cram_size", [
+    ("of_the_screens_shape.png", 1024, 768, None, 4096),
+    ("wide.png", 1500, 500, None, 4096),
+    ("tall.png", 300, 700, None, 4096),
+    ("square.bmp", 600, 600, None, 4096),
+    ("tiny.png", 12, 9, None, 4096),
+    ("one_tile.bmp", 256, 256, None, 4096),
+    ("two_tiles.bmp", 512, 256, None, 4096),
+    ("twelve_megapixels.jpg", 4000, 3000, None, 4096),
+    ("twelve_megapixels_limited.jpg", 4000, 3000, None, 1024),
+    ("limited_in_width.bmp", 1600, 1000, None, 1536),
+    ("declared_wider_than_it_is.png", 400, 400, (1000, 250), 4096),
+])
+def test_still_picture_stands_whole_and_centred(desktop, name, width, height, declared, cram_size):
+    show = Show(animate=False, delay=60000, cram_size=cram_size)
+    shown = wavy(name, width, height, len(name) % 6, declared)
+    _, shot = start(desktop, show, [shown]).until(is_lit)
+    assert_matches(shot, reference.slides([shown], show)[0].picture(0))
+
+
+def noisy(name, width, height):
+    """A picture whose finest details tell the mip levels apart."""
+    dots = numpy.random.default_rng(5).integers(0, 256, (height, width, 3))
+    return pictures.encoded(name, (dots // 2 + 64).astype("uint8"))
+
+
+@pytest.mark.parametrize("mip_map", [False, True], ids=["without mip levels", "with mip levels"])
+def test_details_are_reduced_by_mip_levels_if_they_are_on(desktop, mip_map):
+    show = Show(animate=False, delay=60000, mip_map=mip_map)
+    other = Show(animate=False, delay=60000, mip_map=not mip_map)
+    shown = noisy("noise.png", 1280, 768)
+    _, shot = start(desktop, show, [shown]).until(is_lit)
+    error = reference.mean_error(reference.slides([shown], show)[0].picture(0), shot)
+    assert error < 1.5
+    assert reference.mean_error(reference.slides([shown], other)[0].picture(0), shot) > 4 * error
+
+
+# --- Whole shows
+
+DESKTOP = ((230, 120, 40), (30, 160, 220))
+
+
+def desktop_picture(show):
+    return numpy.where(stripes(show)[:, :, None], *DESKTOP).astype(float)
+
+
+def moving_timelines(shown, show, run):
+    """The timelines that the run may follow: it seeded its numbers, which choose
+    the points of focus, with the second in which the set-up began."""
+    unmoved = reference.slides(shown, show, MOST_SLIDES)
+    first = log_second(run.log_text(), "Enter function: initStates")
+    return [reference.Timeline(reference.about_points(unmoved, show, seed), show)
+            for seed in (first, first + 1)]
+
+
+def still_timeline(shown, show):
+    return reference.Timeline(reference.slides(shown, show, MOST_SLIDES), show)
+
+
+def test_animated_show_from_the_desktop_on(desktop):
+    show = Show(delay=2600)
+    shown = [wavy("first.png", 800, 600, 0), wavy("second.png", 1000, 600, 2)]
+    watch = start(desktop, show, shown, DESKTOP)
+    screen = functools.partial(reference.desktop_sinking, desktop_picture(show))
+    _, shot = watch.next_shot()
+    while is_lit(shot):
+        assert_matches(shot, screen(*reference.fitted(shot, screen, (0, 0, DESKTOP_MS))))
+        _, shot = watch.next_shot()
+    assert_course(watch, moving_timelines(shown, show, watch.run), watch.until(is_lit))
+
+    assert watch.run.quit() == 0
+    rate = [line for line in desktop.log() if line.startswith("Average FPS: ")]
+    assert rate == ["Average FPS: " + desktop.setting_text("AvgFps")]
+    assert 0 < float(desktop.setting_text("AvgFps")) < 100
+
+
+def gradient(name, width, height):
+    y, x = numpy.mgrid[0:height, 0:width]
+    return pictures.encoded(name, numpy.stack(
+        [255 * x // (width - 1), 255 * y // (height - 1), 255 - 255 * x // (width - 1)], 2)
+        .astype("uint8"))
+
+
+def flat(name, width, height, colour):
+    return pictures.encoded(name, numpy.full((height, width, 3), colour, "uint8"))
+
+
+def test_animated_show_through_black_without_a_seam(desktop):
+    show = Show(delay=2600, crossfade=False)
+    shown = [gradient("gradient.png", 1024, 768), flat("flat.png", 1000, 700, (200, 120, 60))]
+    watch = start(desktop, show, shown)
+    first = watch.until(is_lit)
+    assert_course(watch, moving_timelines(shown, show, watch.run), first, largest=SEAM)
+
+
+WIDE_AND_TALL = [wavy("wide.png", 900, 300, 1), wavy("tall.bmp", 300, 600, 3)]
+
+
+def test_still_show_with_crossfade_leaves_out_a_bad_picture(desktop):
+    show = Show(animate=False, delay=700)
+    wide, tall = WIDE_AND_TALL
+    watch = start(desktop, show, [wide, pictures.broken("bad.jpg"), tall])
+    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit))
+
+
+def test_still_show_through_black(desktop):
+    show = Show(animate=False, crossfade=False, delay=700)
+    watch = start(desktop, show, WIDE_AND_TALL)
+    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit))
+
+
+# --- Sixteen bits
+
+@pytest.mark.display(width=320, height=240, depth=16)
+def test_screen_of_sixteen_bits(desktop):
+    show = Show(animate=False, delay=700, bits=16)
+    watch = start(desktop, show, WIDE_AND_TALL)
+    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit), BOUND_16_BITS)
+
+
+def test_requested_depth_of_sixteen_bits_opens_without_the_desktop(desktop):
+    """A changed mode has nothing to do with the desktop as the user knows it."""
+    show = Show(delay=2600, bits=16)
+    shown = [wavy("first.png", 800, 600, 0), wavy("second.png", 1000, 600, 2)]
+    desktop.settings(DispModeWidth="320", DispModeHeight="240", DispModeBits="16")
+    watch = start(desktop, show, shown, DESKTOP)
+    background = desktop_picture(show)
+    _, shot = watch.next_shot()
+    while is_lit(shot):
+        assert reference.mean_error(background, shot) < BOUND, "the desktop doesn't sink"
+        _, shot = watch.next_shot()
+    first = watch.until(is_lit)
+    assert_course(watch, moving_timelines(shown, show, watch.run), first, BOUND_16_BITS)
+    assert watch.run.quit() == 0
+    log = desktop.log()
+    assert "320x240x16" in log and "Changing back display settings" in log
