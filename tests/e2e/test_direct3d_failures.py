@@ -44,7 +44,8 @@ def test_lost_surface_ends_the_show_as_a_key_does(desktop, four_pictures, animat
 
 def test_first_picture_that_fails_leaves_the_screen_black(desktop, four_pictures):
     shown = [pictures.broken("bad.jpg"), *four_pictures]
-    watch = start(desktop, Show(animate=False, delay=100), shown, ((200, 200, 200), (200, 200, 200)))
+    grey = (200, 200, 200)
+    watch = start(desktop, Show(animate=False, delay=100), shown, (grey, grey))
     watch.run.wait_for_show()
     watch.until(is_black)
     desktop.display.key("q")

@@ -7,6 +7,7 @@ The screen is 2 units wide, centred on the origin, y up; times are milliseconds.
 
 import copy
 import dataclasses
+import functools
 import math
 
 import numpy
@@ -59,7 +60,7 @@ class Tiles:
 
     def __init__(self, pixels, show):
         height, width = pixels.shape[:2]
-        if max(width, height) <= LARGEST_TEXTURE and is_power_of_two(width) and is_power_of_two(height):
+        if max(width, height) <= LARGEST_TEXTURE and all(map(is_power_of_two, (width, height))):
             self.columns = self.rows = 1
             whole = pixels
         else:
@@ -84,19 +85,26 @@ class Tiles:
             pixels = resized(pixels, *fitted, PIL.Image.LANCZOS)
         if not crammed:
             return pixels
-        return resized(pixels, width // self.columns * self.columns,
-                       height // self.rows * self.rows, PIL.Image.BOX)
+        # Each side by itself: one may shrink while the other grows.
+        for side in ((width // self.columns * self.columns, pixels.shape[0]),
+                     (width // self.columns * self.columns, height // self.rows * self.rows)):
+            grows = side[0] > pixels.shape[1] or side[1] > pixels.shape[0]
+            pixels = resized(pixels, *side, PIL.Image.BILINEAR if grows else PIL.Image.BOX)
+        return pixels
 
     def _level_limit(self):
         height, width = self.levels[0].shape[:2]
         side = min(width // self.columns, height // self.rows)
         return MIP_LEVELS if side >> (MIP_LEVELS - 1) >= 2 else int(math.log2(side)) + 1
 
-    @staticmethod
-    def _halved(level):
-        height, width = level.shape[0] // 2 * 2, level.shape[1] // 2 * 2
-        even = level[:height, :width]
-        return (even[::2, ::2] + even[1::2, ::2] + even[::2, 1::2] + even[1::2, 1::2]) // 4
+    def _halved(self, level):
+        """Each texture by itself: an odd last row or column falls away."""
+        height, width = level.shape[0] // self.rows, level.shape[1] // self.columns
+        tiles = level.reshape(self.rows, height, self.columns, width, 3)
+        even = tiles[:, :height // 2 * 2, :, :width // 2 * 2]
+        mean = (even[:, ::2, :, ::2] + even[:, 1::2, :, ::2] +
+                even[:, ::2, :, 1::2] + even[:, 1::2, :, 1::2]) // 4
+        return mean.reshape(self.rows * (height // 2), self.columns * (width // 2), 3)
 
     def sampled(self, across, down, across_step, down_step):
         """The picture at places given as 0 to 1 along each side.
@@ -316,7 +324,7 @@ def displacement(expected, shot):
     return worst
 
 
-LEAST_SLOPE = 1.5  # levels a pixel: less is lost in the rounding
+LEAST_SLOPE = 1.5     # levels a pixel: less is lost in the rounding
 
 
 def _shift(expected, actual):
@@ -329,21 +337,27 @@ def _shift(expected, actual):
     return float(numpy.abs(found).max())
 
 
-FIT_STEP = 8       # px between those that a fit looks at
+LEVELS_PER_MS = 1e-4  # how much better a time must look that is farther from the guess
+FIT_STEP = 8          # px between those that a fit looks at
 
 
 def fitted(shot, picture, *sought):
     """The times at which `picture(*times, step=)` looks most like `shot`.
 
     `sought` are (first guess, lowest, highest) in ms. Each time is sought in
-    turn, coarsely and then ever more finely.
+    turn, coarsely and then ever more finely; where several look alike, the one
+    nearest to the guess is taken.
     """
     seen = shot[::FIT_STEP, ::FIT_STEP].astype(float)
     times = [guess for guess, _, _ in sought]
-    for reach in (math.inf, math.inf, 240, 60, 15, 4):
+
+    def badness(n, time):
+        tried = picture(*times[:n], time, *times[n + 1:], step=FIT_STEP)
+        return mean_error(tried, seen) + LEVELS_PER_MS * abs(time - sought[n][0])
+
+    for reach in (math.inf, 1000, 240, 60, 15, 4):
         for n, (_, low, high) in enumerate(sought):
             first, last = max(low, times[n] - reach), min(high, times[n] + reach)
             tried = numpy.linspace(first, last, max(9, int((last - first) / 200)))
-            times[n] = min((times[n], *tried), key=lambda t, n=n: mean_error(
-                picture(*times[:n], t, *times[n + 1:], step=FIT_STEP), seen))
+            times[n] = min((times[n], *tried), key=functools.partial(badness, n))
     return times
