@@ -115,12 +115,13 @@ void AddPlaylist(HWND dialog, const char* fileName, bool musicAlone) {
     if (!musicAlone || IsOfType(list.GetEntry(i), kAudioTypes)) AddRow(dialog, list.GetEntry(i));
 }
 
-// A list is opened by its name alone: the file dialog has made its folder the
-// current one.
+// A list is opened by its full path: not every file dialog makes the folder of a
+// typed path the current one.
 void AddChosenFile(HWND dialog, const std::string& path, bool oneOfSeveral) {
-  if (!IsOfType(path.c_str(), kPlaylistTypes)) return AddRow(dialog, path.c_str());
-  const std::string name = GetFileNameAndExt(path.c_str());
-  AddPlaylist(dialog, name.c_str(), oneOfSeveral);
+  if (IsOfType(path.c_str(), kPlaylistTypes))
+    AddPlaylist(dialog, path.c_str(), oneOfSeveral);
+  else
+    AddRow(dialog, path.c_str());
 }
 
 // A list that is chosen by itself is taken whole; among other files it gives

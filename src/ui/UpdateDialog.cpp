@@ -67,6 +67,9 @@ void ShowAnswer(HWND hwnd) {
   SetDlgItemTextA(hwnd, IDC_UPDATE_REPLY, checkThread->GetMessage());
 }
 
+// The Enter key finds the default button, hidden or not.
+bool CloseIsOffered(HWND hwnd) { return IsWindowVisible(GetDlgItem(hwnd, IDOK)) != FALSE; }
+
 bool IsSureToClose(HWND hwnd) {
   if (!checkThread || !checkThread->HasLink() || linkFollowed) return true;
   return MessageBoxA(hwnd,
@@ -90,7 +93,7 @@ void FollowLink() {
 void OnCommand(HWND hwnd, int id, int notification) {
   switch (id) {
     case IDOK:
-      if (IsSureToClose(hwnd)) EndDialog(hwnd, IDOK);
+      if (CloseIsOffered(hwnd) && IsSureToClose(hwnd)) EndDialog(hwnd, IDOK);
       break;
     case IDCANCEL:
       CancelCheck(hwnd);

@@ -5,8 +5,14 @@
 
 #include <shellapi.h>
 #include <string>
+#include <string_view>
 
 const char kWebSite[] = VELMORA_WEB_SITE;
+
+// The shell would start any program that it is given the name of.
+static_assert(std::string_view(VELMORA_WEB_SITE).starts_with("http://") ||
+                  std::string_view(VELMORA_WEB_SITE).starts_with("https://"),
+              "VELMORA_WEB_SITE is an address of a web page");
 
 void OpenWebSite(const char* path) {
   const std::string address = std::string(kWebSite) + path;

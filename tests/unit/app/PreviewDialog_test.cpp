@@ -2,8 +2,8 @@
 
 #include "app/Minimal.h"
 #include "support/ImportHook.h"
+#include "support/ModalDialog.h"
 #include "support/SessionState.h"
-#include "unit/ui/ModalDialog.h"
 
 #include <gtest/gtest.h>
 

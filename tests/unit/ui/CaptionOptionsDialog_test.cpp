@@ -1,7 +1,7 @@
 #include "ui/CaptionOptionsDialog.h"
 
-#include "ModalDialog.h"
 #include "support/GdiGauge.h"
+#include "support/ModalDialog.h"
 #include "support/SessionState.h"
 #include "ui/resource.h"
 

@@ -1,6 +1,6 @@
 #include "ui/CustomMusicDialog.h"
 
-#include "ModalDialog.h"
+#include "support/ModalDialog.h"
 #include "support/SessionState.h"
 #include "support/TempFolder.h"
 #include "ui/KeyboardHook.h"
@@ -482,6 +482,15 @@ TEST_P(AddingTest, APlaylistByItselfGivesAllItsEntries) {
     EXPECT_STRCASEEQ(Paths(dialog)[0].c_str(), Song("in.wav").c_str());
     EXPECT_EQ(Paths(dialog)[2], "C:\\far\\out.MP3");
     EXPECT_EQ(Label(dialog), "3\nFiles");
+  });
+}
+
+TEST_P(AddingTest, APlaylistInAnotherFolderThanTheOneShownIsFound) {
+  const TempFolder elsewhere;
+  elsewhere.Write("far.m3u", BytesOf("in.wav\n"));
+  AddByTyping(elsewhere.File("far.m3u"), [&](HWND dialog) {
+    ASSERT_THAT(Names(dialog), ElementsAre("in.wav"));
+    EXPECT_STRCASEEQ(Paths(dialog)[0].c_str(), elsewhere.File("in.wav").c_str());
   });
 }
 

@@ -1,5 +1,5 @@
 #include "ControlHost.h"
-#include "ModalDialog.h"
+#include "support/ModalDialog.h"
 #include "support/SessionState.h"
 #include "ui/OpenFileRecords.h"
 

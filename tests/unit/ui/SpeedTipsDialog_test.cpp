@@ -1,6 +1,6 @@
 #include "ui/SpeedTipsDialog.h"
 
-#include "ModalDialog.h"
+#include "support/ModalDialog.h"
 #include "support/RegistrySandbox.h"
 #include "support/SessionState.h"
 #include "ui/resource.h"

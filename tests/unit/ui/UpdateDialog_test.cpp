@@ -1,8 +1,8 @@
 #include "ui/UpdateDialog.h"
 
-#include "ModalDialog.h"
 #include "net/Servers.h"
 #include "support/HttpServer.h"
+#include "support/ModalDialog.h"
 #include "support/SessionState.h"
 #include "ui/resource.h"
 
@@ -94,6 +94,14 @@ class UpdateDialogTest : public testing::Test {
                               return nullptr;
                             });
 };
+
+// Hidden as it is, Close is the default button.
+TEST_F(UpdateDialogTest, TheEnterKeyDoesntCloseItWhileItLooks) {
+  WhileWaiting([](HWND dialog) {
+    SendMessageA(dialog, WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(IsWindowVisible(dialog));
+  });
+}
 
 TEST_F(UpdateDialogTest, HasItsControlsInTheirPlaces) {
   WhileWaiting([](HWND dialog) {
