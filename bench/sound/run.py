@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""run.py SoundBench.exe: how fast the sound library decodes, against the tools of the same libraries.
+"""run.py SoundBench.exe: how fast the sound library decodes, against its libraries' own tools.
 
 Encodes a minute of noise and tones, decodes it by the benchmark under Wine and by oggdec and, where
 it is installed, mpg123 on this machine, and prints a table of medians.
@@ -15,7 +15,8 @@ import time
 
 SECONDS = 60
 TURNS = 7
-SOURCE = f"aevalsrc=0.2*sin(440*2*PI*t)+0.1*random(0)|0.2*sin(660*2*PI*t)+0.1*random(1):d={SECONDS}:s=44100"
+SOURCE = ("aevalsrc=0.2*sin(440*2*PI*t)+0.1*random(0)|0.2*sin(660*2*PI*t)+0.1*random(1):"
+          f"d={SECONDS}:s=44100")
 FORMATS = {
     "ogg": (["-c:a", "libvorbis", "-q:a", "4"], ["oggdec", "-Q", "-o", "/dev/null"]),
     "mp3": (["-c:a", "libmp3lame", "-b:a", "192k"], ["mpg123", "-q", "-w", "/dev/null"]),
@@ -25,8 +26,8 @@ FORMATS = {
 
 
 def encode(path, options):
-    subprocess.run(["ffmpeg", "-nostdin", "-loglevel", "error", "-f", "lavfi", "-i", SOURCE, *options,
-                    path], check=True)
+    subprocess.run(["ffmpeg", "-nostdin", "-loglevel", "error", "-f", "lavfi", "-i", SOURCE,
+                    *options, path], check=True)
 
 
 def ours(program, path):

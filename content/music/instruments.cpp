@@ -30,8 +30,10 @@ struct Gains {
 class Oscillator {
  public:
   Oscillator(double hertz, double phase)
-      : x_(std::cos(phase)), y_(std::sin(phase)),
-        stepX_(std::cos(kTurn * hertz / kRate)), stepY_(std::sin(kTurn * hertz / kRate)) {}
+      : x_(std::cos(phase)),
+        y_(std::sin(phase)),
+        stepX_(std::cos(kTurn * hertz / kRate)),
+        stepY_(std::sin(kTurn * hertz / kRate)) {}
   double Next() {
     const double x = x_ * stepX_ - y_ * stepY_;
     y_ = x_ * stepY_ + y_ * stepX_;
@@ -52,7 +54,7 @@ double Swell(double t, double attack, double length, double release) {
 }
 
 struct Partial {
-  double ratio;     // of the note's frequency
+  double ratio;  // of the note's frequency
   double level;
   double halfLife;  // s
 };
@@ -156,8 +158,8 @@ void PlayStrings(Tape& tape, const Note& note, Chance& chance) {
     for (std::size_t i = 0; i < length; ++i) {
       const double t = static_cast<double>(i) / kRate;
       const double swell = Swell(t, attack, note.length, release) * (1 + 0.25 * drift.Next());
-      tape.Add(Samples(note.start) + i,
-               static_cast<float>(0.09 * note.loudness * swell) * voice[i], gains.left, gains.right);
+      tape.Add(Samples(note.start) + i, static_cast<float>(0.09 * note.loudness * swell) * voice[i],
+               gains.left, gains.right);
     }
   }
 }
@@ -177,7 +179,8 @@ void PlayPiano(Tape& tape, const Note& note) {
     phase += turn;
     const double up = std::min(1.0, static_cast<double>(i) / (0.004 * kRate));
     const double tone = std::sin(phase + bright * std::sin(phase)) + stroke * tine.Next();
-    tape.Add(Samples(note.start) + i, static_cast<float>(level * up * tone), gains.left, gains.right);
+    tape.Add(Samples(note.start) + i, static_cast<float>(level * up * tone), gains.left,
+             gains.right);
     level *= i < released ? ring : damped;
     bright *= dull;
     stroke *= stop;
@@ -199,7 +202,11 @@ void PlayGuitar(Tape& tape, const Note& note, Chance& chance) {
 
 void PlayGlass(Tape& tape, const Note& note) {
   PlayPartials(tape, note, 0.008, 1.5,
-               {{1, 0.40, 1.6}, {2.003, 0.16, 1.1}, {3.01, 0.10, 0.6}, {4.17, 0.05, 0.35}, {5.43, 0.03, 0.2}});
+               {{1, 0.40, 1.6},
+                {2.003, 0.16, 1.1},
+                {3.01, 0.10, 0.6},
+                {4.17, 0.05, 0.35},
+                {5.43, 0.03, 0.2}});
 }
 
 void PlayFlute(Tape& tape, const Note& note, Chance& chance) {
@@ -214,7 +221,8 @@ void PlayFlute(Tape& tape, const Note& note, Chance& chance) {
     breath += 0.12 * (Between(chance, -1, 1) - breath);
     const double level = note.loudness * Swell(t, 0.09, note.length, release);
     const double tone = std::sin(phase) + 0.28 * std::sin(2 * phase) + 0.09 * std::sin(3 * phase);
-    tape.Add(Samples(note.start) + i, static_cast<float>(0.34 * level * (tone + 0.10 * breath)), gains.left, gains.right);
+    tape.Add(Samples(note.start) + i, static_cast<float>(0.34 * level * (tone + 0.10 * breath)),
+             gains.left, gains.right);
   }
 }
 

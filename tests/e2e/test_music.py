@@ -59,10 +59,12 @@ class Stage:
         for name, data in tracks:
             if data is not None:
                 (folder / name).write_bytes(data)
-        lines = ["#EXTM3U"] + [f"{self.desktop.prefix.windows_path(folder)}\\{name}" for name, _ in tracks]
+        place = self.desktop.prefix.windows_path(folder)
+        lines = ["#EXTM3U"] + [f"{place}\\{name}" for name, _ in tracks]
         data_folder = self.desktop.data_folder()
         data_folder.mkdir(parents=True, exist_ok=True)
-        (data_folder / f"{self.desktop.user()}.M3U").write_bytes("\r\n".join(lines).encode("cp1252"))
+        own_list = data_folder / f"{self.desktop.user()}.M3U"
+        own_list.write_bytes("\r\n".join(lines).encode("cp1252"))
         self.desktop.settings(CustomMusic=1, DefaultMusic=default)
 
     def start(self):
@@ -85,9 +87,10 @@ def test_tracks_of_both_engines_follow_each_other_for_ever(stage):
     """The user's own list in its order, then the built-in tracks, then from the start."""
     stage.built_in(("built-in.ogg", sound.tone(1300, SHORT, ".ogg")),
                    ("one-more.mp2", sound.tone(1600, SHORT, ".mp2")))
-    stage.playlist(("a.wav", sound.tone(440, SHORT, ".wav")), ("b.mp3", sound.tone(660, SHORT, ".mp3")),
-                   ("c.wma", sound.tone(880, SHORT, ".wma")), ("d.ogg", sound.tone(1100, SHORT, ".ogg")),
-                   default=1)
+    stage.playlist(("a.wav", sound.tone(440, SHORT, ".wav")),
+                   ("b.mp3", sound.tone(660, SHORT, ".mp3")),
+                   ("c.wma", sound.tone(880, SHORT, ".wma")),
+                   ("d.ogg", sound.tone(1100, SHORT, ".ogg")), default=1)
     run = stage.start()
     at = 0.0
     for hertz in (440, 660, 880, 1100, 1300, 1600, 440):
@@ -105,7 +108,8 @@ SUFFIXES = [".ogg", ".mp3"]  # one for each engine
 
 @pytest.mark.parametrize("suffix", SUFFIXES, ids=["fmod", "directshow"])
 def test_the_keys_steer_what_is_heard(stage, suffix):
-    stage.playlist(("1" + suffix, sound.sweep(LONG, suffix)), ("2" + suffix, sound.tone(5000, LONG, suffix)),
+    stage.playlist(("1" + suffix, sound.sweep(LONG, suffix)),
+                   ("2" + suffix, sound.tone(5000, LONG, suffix)),
                    ("3" + suffix, sound.tone(7000, LONG, suffix)))
     run = stage.start().wait_for_show()
     recording = stage.recording
@@ -141,9 +145,11 @@ def test_the_keys_steer_what_is_heard(stage, suffix):
     assert before - 0.2 < after < before + 0.8
 
     # Right and left walk the list, round both ends.
-    for key, hertz in (("Right", 5000), ("Right", 7000), ("Right", None), ("Left", 7000), ("Left", 5000)):
+    for key, hertz in (("Right", 5000), ("Right", 7000), ("Right", None), ("Left", 7000),
+                       ("Left", 5000)):
         pressed = stage.press(key)
-        heard = recording.wait_for_tone(hertz, pressed, alive=run.ended) if hertz else start_heard(pressed)
+        heard = (recording.wait_for_tone(hertz, pressed, alive=run.ended) if hertz
+                 else start_heard(pressed))
         latency(key, heard, pressed)
     stage.end(run)
 
@@ -152,13 +158,15 @@ def test_the_keys_steer_what_is_heard(stage, suffix):
 
 def test_volume_is_amplitude_on_one_engine_and_decibels_on_the_other(stage):
     """Half of it; the test of tracks that follow each other has it full."""
-    stage.playlist(("a.ogg", sound.tone(440, 2 * SHORT, ".ogg")), ("b.mp3", sound.tone(660, 2 * SHORT, ".mp3")))
+    stage.playlist(("a.ogg", sound.tone(440, 2 * SHORT, ".ogg")),
+                   ("b.mp3", sound.tone(660, 2 * SHORT, ".mp3")))
     stage.desktop.settings(MusicVol="128")
     run = stage.start()
     at = 0.0
     for hertz, quieter in ((440, 5.99), (660, 12.46)):
         at = stage.recording.wait_for_tone(hertz, at, looks=12, alive=run.ended)
-        assert stage.recording.steady_level(at + 0.05, 0.5) == pytest.approx(FULL - quieter, abs=0.5)
+        level = stage.recording.steady_level(at + 0.05, 0.5)
+        assert level == pytest.approx(FULL - quieter, abs=0.5)
     stage.end(run)
 
 
@@ -168,11 +176,13 @@ NO_MUSIC = b"This is no music at all, whatever its name says.\r\n" * 40
 
 
 def test_bad_tracks_are_passed_over(stage):
-    stage.built_in(("built-in.ogg", sound.tone(990, SHORT, ".ogg")), ("bad.ogg", NO_MUSIC), ("empty.wav", b""))
+    stage.built_in(("built-in.ogg", sound.tone(990, SHORT, ".ogg")), ("bad.ogg", NO_MUSIC),
+                   ("empty.wav", b""))
     stage.playlist(("missing.ogg", None), ("missing.mp3", None), ("text.ogg", NO_MUSIC),
-                   ("text.mp3", NO_MUSIC), ("empty.wma", b""), ("good.mp3", sound.tone(440, SHORT, ".mp3")),
-                   ("cut.ogg", sound.tone(880, 2, ".ogg")[:300]), ("good.wav", sound.tone(660, SHORT, ".wav")),
-                   default=1)
+                   ("text.mp3", NO_MUSIC), ("empty.wma", b""),
+                   ("good.mp3", sound.tone(440, SHORT, ".mp3")),
+                   ("cut.ogg", sound.tone(880, 2, ".ogg")[:300]),
+                   ("good.wav", sound.tone(660, SHORT, ".wav")), default=1)
     run = stage.start()
     at = 0.0
     for hertz in (440, 660, 990, 440):

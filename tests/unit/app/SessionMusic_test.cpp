@@ -41,12 +41,14 @@ class SessionMusic : public testing::Test {
 
   // One with three pieces, the last of them empty.
   void OpenBundle() {
-    const std::string path = folder.Write(
-        "images.bdl", support::BundleWriter()
-                          .Category("image").Member("one.ogg", "a picture")
-                          .Category("music").Member("One.ogg", "first").Member("Two.mp3", "second")
-                          .Member("Three.ogg", "")
-                          .Build());
+    const std::string path = folder.Write("images.bdl", support::BundleWriter()
+                                                            .Category("image")
+                                                            .Member("one.ogg", "a picture")
+                                                            .Category("music")
+                                                            .Member("One.ogg", "first")
+                                                            .Member("Two.mp3", "second")
+                                                            .Member("Three.ogg", "")
+                                                            .Build());
     SlideBundle = new VFBUNDLE;
     ASSERT_TRUE(SlideBundle->Open(path.c_str()));
   }
@@ -66,9 +68,10 @@ TEST_F(SessionMusic, BuiltInTracksPlayInTheOrderOfTheBundle) {
   fmod.End();
   EXPECT_EQ(fmod.Playing(), "second");  // from memory, whatever its name says
   fmod.End();
-  EXPECT_EQ(fmod.Playing(), "first");   // the empty one is passed over
-  EXPECT_THAT(log.Texts(), ElementsAre("+- Enter function: initSound()", "+- Exit function: initSound()",
-                                       "Successfully exiting initSound()"));
+  EXPECT_EQ(fmod.Playing(), "first");  // the empty one is passed over
+  EXPECT_THAT(log.Texts(),
+              ElementsAre("+- Enter function: initSound()", "+- Exit function: initSound()",
+                          "Successfully exiting initSound()"));
 }
 
 TEST_F(SessionMusic, TheUsersTracksComeFirst) {
@@ -105,7 +108,8 @@ TEST_F(SessionMusic, WithoutAnyTrackMusicIsOffForTheSession) {
 }
 
 TEST_F(SessionMusic, ABundleWithoutMusicIsNoFailure) {
-  SlideBundle->Open(folder.Write("other.bdl", support::BundleWriter().Category("image").Build()).c_str());
+  SlideBundle->Open(
+      folder.Write("other.bdl", support::BundleWriter().Category("image").Build()).c_str());
   EXPECT_TRUE(initSound());
   EXPECT_EQ(ss->PlayMusic, 0);
 }
@@ -183,8 +187,8 @@ TEST_F(SessionMusic, OtherKeysAndMusicThatIsOffLeaveThePlayerAlone) {
   fmod.Take();
   SteerMusic(KeyAction::EndSaver);
   ss->PlayMusic = 0;
-  for (const KeyAction key : {KeyAction::NextTrack, KeyAction::PreviousTrack, KeyAction::RestartTrack,
-                              KeyAction::TogglePause})
+  for (const KeyAction key : {KeyAction::NextTrack, KeyAction::PreviousTrack,
+                              KeyAction::RestartTrack, KeyAction::TogglePause})
     SteerMusic(key);
   EXPECT_THAT(fmod.Take(), IsEmpty());
 }

@@ -71,7 +71,10 @@ TEST_F(AudioStreamTest, ThereIsOneObjectMadeAtItsFirstUse) {
 TEST_F(AudioStreamTest, ComIsStartedAndEndedWithTheObject) {
   delete AudioStream::Existing();
   int depth = 0;
-  HOOK_IMPORT(start, "ole32.dll", CoInitialize, [&](void*) -> HRESULT { ++depth; return S_OK; });
+  HOOK_IMPORT(start, "ole32.dll", CoInitialize, [&](void*) -> HRESULT {
+    ++depth;
+    return S_OK;
+  });
   HOOK_IMPORT(end, "ole32.dll", CoUninitialize, [&]() { --depth; });
   AudioStream::Instance();
   EXPECT_EQ(depth, 1);
@@ -156,7 +159,9 @@ TEST_F(AudioStreamTest, NamesOf259CharactersAndWideOnesAreTaken) {
   EXPECT_EQ(Open(longest.c_str()), 1u);
   EXPECT_EQ(world.File(), longest);
   EXPECT_EQ(Stream().Open(L"C:\\w\u00EFde.wma", OnEnd, false, 0, nullptr), 2u);
-  EXPECT_EQ(world.File(), "C:\\w\xEF" "de.wma");
+  EXPECT_EQ(world.File(),
+            "C:\\w\xEF"
+            "de.wma");
 }
 
 TEST_F(AudioStreamTest, EveryFailingStepGivesNothingAndLeavesNothing) {
@@ -230,7 +235,8 @@ TEST_F(AudioStreamTest, TheEndTellsTheTracksId) {
   Stream().Play(id, false);
   world.Take();
   Tell(EC_COMPLETE);
-  EXPECT_THAT(told, ElementsAre(std::pair(static_cast<std::int32_t>(id), static_cast<void*>(&two))));
+  EXPECT_THAT(told,
+              ElementsAre(std::pair(static_cast<std::int32_t>(id), static_cast<void*>(&two))));
   EXPECT_THAT(world.Take(), ElementsAre("free event 1"));
 }
 
@@ -284,7 +290,8 @@ TEST_F(AudioStreamTest, AllWaitingEventsAreHandledAtOnce) {
 void OpenNext(std::int32_t id, void* userData) {
   told.emplace_back(id, userData);
   if (id > 0 && id < 5)
-    AudioStream::Instance().Play(AudioStream::Instance().Open("C:\\next.mp3", OpenNext, false, 0, nullptr), false);
+    AudioStream::Instance().Play(
+        AudioStream::Instance().Open("C:\\next.mp3", OpenNext, false, 0, nullptr), false);
 }
 
 TEST_F(AudioStreamTest, TheCallbackMayOpenTheNextTrackAtOnce) {
@@ -350,7 +357,8 @@ TEST_F(AudioStreamTest, TheWindowOfAnotherThreadGoesDeafAndThenGoes) {
   over = true;
   other.join();
   Tell(EC_COMPLETE);
-  EXPECT_THAT(told, ElementsAre(std::pair(static_cast<std::int32_t>(id), static_cast<void*>(nullptr))));
+  EXPECT_THAT(told,
+              ElementsAre(std::pair(static_cast<std::int32_t>(id), static_cast<void*>(nullptr))));
 }
 
 TEST_F(AudioStreamTest, MessagesThatComeAfterTheGraphWentDoNoHarm) {

@@ -78,10 +78,12 @@ class FakePin final : public Counted<IPin> {
 // The reader, or with another name a device.
 class FakeFilter final : public Counted<IBaseFilter, IFileSourceFilter> {
  public:
-  FakeFilter(std::atomic<int>& alive, bool device) : Counted(alive), alive_(alive), device_(device) {}
+  FakeFilter(std::atomic<int>& alive, bool device)
+      : Counted(alive), alive_(alive), device_(device) {}
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    if (!IsEqualGUID(iid, IID_IFileSourceFilter) || FAILED(Step("ask for the file source"))) return E_NOINTERFACE;
+    if (!IsEqualGUID(iid, IID_IFileSourceFilter) || FAILED(Step("ask for the file source")))
+      return E_NOINTERFACE;
     return Give(static_cast<IFileSourceFilter*>(this), object);
   }
   ULONG STDMETHODCALLTYPE AddRef() override { return Counted::AddRef(); }
@@ -138,7 +140,8 @@ class FakeProperties final : public Counted<IPropertyBag> {
 
 class FakeMoniker final : public Counted<IMoniker> {
  public:
-  FakeMoniker(std::atomic<int>& alive, const wchar_t* name) : Counted(alive), alive_(alive), name_(name) {}
+  FakeMoniker(std::atomic<int>& alive, const wchar_t* name)
+      : Counted(alive), alive_(alive), name_(name) {}
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   HRESULT STDMETHODCALLTYPE BindToObject(IBindCtx*, IMoniker*, REFIID, void** object) override {
     FakeDirectShow::Current().Note("take device " + Narrow(name_));
@@ -180,13 +183,15 @@ class FakeDevices final : public Counted<ICreateDevEnum, IEnumMoniker> {
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   ULONG STDMETHODCALLTYPE AddRef() override { return Counted::AddRef(); }
   ULONG STDMETHODCALLTYPE Release() override { return Counted::Release(); }
-  HRESULT STDMETHODCALLTYPE CreateClassEnumerator(REFCLSID, IEnumMoniker** monikers, DWORD) override {
+  HRESULT STDMETHODCALLTYPE CreateClassEnumerator(REFCLSID, IEnumMoniker** monikers,
+                                                  DWORD) override {
     AddRef();
     *monikers = this;
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE Next(ULONG, IMoniker** moniker, ULONG*) override {
-    constexpr const wchar_t* kNames[] = {L"Speakers", L"default waveout device", L"Default WaveOut Device"};
+    constexpr const wchar_t* kNames[] = {L"Speakers", L"default waveout device",
+                                         L"Default WaveOut Device"};
     if (next_ == std::size(kNames)) return S_FALSE;
     *moniker = new FakeMoniker(alive_, kNames[next_++]);
     return S_OK;
@@ -268,7 +273,8 @@ class FakeGraph final : public Counted<IGraphBuilder, IMediaControl, IMediaEvent
     if (window) world_.window_ = events_->window;
     return S_OK;
   }
-  HRESULT STDMETHODCALLTYPE GetEvent(long* code, LONG_PTR* first, LONG_PTR* second, long limit) override {
+  HRESULT STDMETHODCALLTYPE GetEvent(long* code, LONG_PTR* first, LONG_PTR* second,
+                                     long limit) override {
     const std::lock_guard guard(events_->lock);
     if (events_->waiting.empty() || limit != 0) return E_ABORT;
     *code = events_->waiting.front().code;
@@ -280,7 +286,9 @@ class FakeGraph final : public Counted<IGraphBuilder, IMediaControl, IMediaEvent
   HRESULT STDMETHODCALLTYPE FreeEventParams(long code, LONG_PTR, LONG_PTR) override {
     return Step("free event " + std::to_string(code));
   }
-  HRESULT STDMETHODCALLTYPE put_Volume(long volume) override { return Step("volume " + std::to_string(volume)); }
+  HRESULT STDMETHODCALLTYPE put_Volume(long volume) override {
+    return Step("volume " + std::to_string(volume));
+  }
   HRESULT STDMETHODCALLTYPE get_Volume(long* volume) override {
     *volume = -77;
     return S_OK;
@@ -385,7 +393,8 @@ bool FakeDirectShow::Tell(long code, LONG_PTR second) {
   return events->window && PostMessageA(events->window, events->message, 0, events->lParam);
 }
 
-HRESULT WINAPI FakeDirectShow::Create(REFCLSID which, IUnknown*, DWORD context, REFIID, void** object) {
+HRESULT WINAPI FakeDirectShow::Create(REFCLSID which, IUnknown*, DWORD context, REFIID,
+                                      void** object) {
   FakeDirectShow& world = Current();
   if (context != (CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER)) world.Note("wrong context");
   if (IsEqualGUID(which, CLSID_FilterGraph)) {

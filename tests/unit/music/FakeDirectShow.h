@@ -56,7 +56,8 @@ class FakeDirectShow {
 
  private:
   friend class FakeGraph;
-  static HRESULT WINAPI Create(REFCLSID which, IUnknown* outer, DWORD context, REFIID iid, void** object);
+  static HRESULT WINAPI Create(REFCLSID which, IUnknown* outer, DWORD context, REFIID iid,
+                               void** object);
 
   std::mutex lock_;
   std::vector<std::string> notes_;

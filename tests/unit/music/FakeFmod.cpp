@@ -108,8 +108,8 @@ bool FakeFmod::SetOutput(int output) {
 
 bool FakeFmod::Init(int rate, int channels, unsigned flags) {
   const std::lock_guard guard(current->lock_);
-  current->running_ = current->Call("Init " + std::to_string(rate) + " " + std::to_string(channels) + " " +
-                                    std::to_string(flags));
+  current->running_ = current->Call("Init " + std::to_string(rate) + " " +
+                                    std::to_string(channels) + " " + std::to_string(flags));
   return current->running_;
 }
 
@@ -141,7 +141,8 @@ bool FakeFmod::SetPaused(int channel, bool paused) {
 FSOUND_STREAM* FakeFmod::Open(const char* nameOrData, unsigned mode, int offset, int length) {
   const std::lock_guard guard(current->lock_);
   // Memory of the tests is text, too.
-  const std::string file = length > 0 ? std::string(nameOrData, static_cast<std::size_t>(length)) : nameOrData;
+  const std::string file =
+      length > 0 ? std::string(nameOrData, static_cast<std::size_t>(length)) : nameOrData;
   current->Call("Open " + file + " " + std::to_string(mode) + " " + std::to_string(offset) + " " +
                 std::to_string(length));
   if (!current->running_ || current->bad_.contains(file)) return nullptr;
@@ -182,7 +183,8 @@ bool FakeFmod::CloseStream(FSOUND_STREAM* stream) {
   return true;
 }
 
-bool FakeFmod::SetEndCallback(FSOUND_STREAM* stream, FSOUND_STREAMCALLBACK callback, void* userData) {
+bool FakeFmod::SetEndCallback(FSOUND_STREAM* stream, FSOUND_STREAMCALLBACK callback,
+                              void* userData) {
   const std::lock_guard guard(current->lock_);
   if (!current->Call("SetEndCallback") || !current->streams_.contains(stream)) return false;
   Stream& known = current->streams_[stream];

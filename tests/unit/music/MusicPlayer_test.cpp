@@ -29,7 +29,8 @@ constexpr int kBadEntries = 3;
 // Not for ever, should they come faster than they are handled.
 void PumpMessages() {
   MSG message;
-  for (int i = 0; i < 100 && PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE); ++i) DispatchMessageA(&message);
+  for (int i = 0; i < 100 && PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE); ++i)
+    DispatchMessageA(&message);
 }
 
 class MusicPlayerTest : public ::testing::Test {
@@ -120,7 +121,8 @@ TEST_F(MusicPlayerTest, TheEngineGoesByTheExtension) {
 TEST_F(MusicPlayerTest, AFileIsOpenedAndPlayedInOrder) {
   Fill({"a.ogg"});
   EXPECT_EQ(player->Play(-1), kMusicDone);
-  EXPECT_THAT(fmod.Take(), ElementsAre("Open a.ogg 8496 0 0", "SetEndCallback", "Play -1", "SetVolume -3 255"));
+  EXPECT_THAT(fmod.Take(),
+              ElementsAre("Open a.ogg 8496 0 0", "SetEndCallback", "Play -1", "SetVolume -3 255"));
   EXPECT_FALSE(player->IsStopped());
 }
 
@@ -143,7 +145,8 @@ TEST_F(MusicPlayerTest, WhatTheResolverDoesNotFindIsSkipped) {
   player->SetResolver(ResolveForTest);
   EXPECT_EQ(player->Play(-1), kMusicDone);
   EXPECT_EQ(Playing(), "the bytes");
-  EXPECT_THAT(fmod.Take(), ElementsAre("Open the bytes 41264 0 9", "SetEndCallback", "Play -1", "SetVolume -3 255"));
+  EXPECT_THAT(fmod.Take(), ElementsAre("Open the bytes 41264 0 9", "SetEndCallback", "Play -1",
+                                       "SetVolume -3 255"));
 }
 
 TEST_F(MusicPlayerTest, AnEntryWithAQuestionMarkIsSkippedWithoutAResolver) {
@@ -274,8 +277,8 @@ TEST_F(MusicPlayerTest, PlayOnAPlayingTrackStartsItAgain) {
   player->Play(-1);
   fmod.Take();
   EXPECT_EQ(player->Play(-1), kMusicDone);
-  EXPECT_THAT(fmod.Take(), ElementsAre("Stop", "CloseStream", "Open a.ogg 8496 0 0", "SetEndCallback",
-                                       "Play -1", "SetVolume -3 255"));
+  EXPECT_THAT(fmod.Take(), ElementsAre("Stop", "CloseStream", "Open a.ogg 8496 0 0",
+                                       "SetEndCallback", "Play -1", "SetVolume -3 255"));
   player->Next();
   const int before = directShow.Graphs();
   EXPECT_EQ(player->Play(-1), kMusicDone);
@@ -414,7 +417,8 @@ TEST_F(MusicPlayerTest, CloseForgetsTheResolver) {
 
 TEST_F(MusicPlayerTest, LoadReplacesTheListByAPlaylist) {
   const support::TempFolder folder;
-  const std::string list = folder.Write("list.m3u", support::BytesOf("#EXTM3U\nC:\\a.ogg\nC:\\b.ogg\n"));
+  const std::string list =
+      folder.Write("list.m3u", support::BytesOf("#EXTM3U\nC:\\a.ogg\nC:\\b.ogg\n"));
   Fill({"old.ogg"});
   EXPECT_EQ(player->Load(list.c_str()), kMusicDone);
   EXPECT_EQ(player->Count(), 2);
@@ -437,10 +441,12 @@ TEST_F(MusicPlayerTest, ASeedGivesTheOrderOfThePlaylistsOwnShuffle) {
   Fill({"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"});
   player->Shuffle(true, 50, 7);
   Playlist expected;
-  for (const char* file : {"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"}) expected.AddEntries(&file, 1);
+  for (const char* file : {"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"})
+    expected.AddEntries(&file, 1);
   expected.Shuffle(7, 50);
   const std::vector<std::string> order = OrderPlayed(*player, fmod);
-  for (std::int32_t i = 0; i < 5; ++i) EXPECT_EQ(order[static_cast<std::size_t>(i)], expected.GetEntry(i));
+  for (std::int32_t i = 0; i < 5; ++i)
+    EXPECT_EQ(order[static_cast<std::size_t>(i)], expected.GetEntry(i));
 }
 
 TEST_F(MusicPlayerTest, WithoutASeedTheClockIsTheSeed) {
@@ -448,7 +454,8 @@ TEST_F(MusicPlayerTest, WithoutASeedTheClockIsTheSeed) {
   Fill({"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"});
   player->Shuffle(true, 50, -1);
   Playlist expected;
-  for (const char* file : {"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"}) expected.AddEntries(&file, 1);
+  for (const char* file : {"a.ogg", "b.ogg", "c.ogg", "d.ogg", "e.ogg"})
+    expected.AddEntries(&file, 1);
   expected.Shuffle(12345, 50);
   EXPECT_EQ(OrderPlayed(*player, fmod).front(), expected.GetEntry(0));
 }
@@ -470,7 +477,8 @@ TEST_F(MusicPlayerTest, KeysEndsAndClosesAtTheSameTimeDoNoHarm) {
   fmod.Bad("bad.ogg");
   fmod.Mute("mute.ogg");
   directShow.Bad("bad.mp3");
-  for (const char* entry : {"a.ogg", "b.mp3", "bad.ogg", "c.wma", "?d", "mute.ogg", "bad.mp3", "e.wav"})
+  for (const char* entry :
+       {"a.ogg", "b.mp3", "bad.ogg", "c.wma", "?d", "mute.ogg", "bad.mp3", "e.wav"})
     player->AddEntry(entry);
   std::mt19937 random(1);
   for (int session = 0; session < 40; ++session) {
