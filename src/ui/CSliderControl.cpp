@@ -95,6 +95,7 @@ void CSliderControl::DragTo(LPARAM lParam) {
 }
 
 void CSliderControl::PaintNow() {
+  if (!window) return;  // the system would take it for the whole screen
   DRAWITEMSTRUCT item{};
   item.hDC = GetWindowDC(window);
   Paint(&item);

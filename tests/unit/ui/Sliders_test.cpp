@@ -1,4 +1,5 @@
 #include "ControlHost.h"
+#include "support/ImportHook.h"
 #include "support/Layout.h"
 #include "ui/CFilledSlider.h"
 #include "ui/CListBoxSlider.h"
@@ -657,6 +658,20 @@ TEST_F(CListBoxSliderTest, FewerRowsThanAreVisibleStayWhereTheyAre) {
   DragTo(button, 7, 80);
   Release(button, 7, 80);
   EXPECT_EQ(Top(), 0);
+}
+
+TEST_F(CListBoxSliderTest, AListThatIsBoundBeforeItsKnobDrawsNothingOnTheScreen) {
+  CListBoxSlider early;
+  early.SetBackground(track.Dc());
+  early.BindList(host.AddControl("LISTBOX", LBS_NOTIFY, 8, 100, 150, 92, 94));
+  int asked = 0;
+  HOOK_IMPORT(note, "user32.dll", GetWindowDC, [&](HWND hwnd) -> HDC {
+    asked += hwnd == nullptr;
+    return REAL_IMPORT("user32.dll", GetWindowDC)(hwnd);
+  });
+  TurnWheel(early.listWindow, -120);
+  PressKey(early.listWindow, VK_DOWN);
+  EXPECT_EQ(asked, 0);
 }
 
 TEST_F(CListBoxSliderTest, DetachGivesBothWindowsTheirProceduresBack) {
