@@ -123,7 +123,9 @@ bool AsksNarrow() { return OsVersionCode < 6; }
 
 // --- The hook ---
 
-constexpr char kRecordProperty[] = "OFN";  // of the file dialog
+// Properties of the file dialog.
+constexpr char kRecordProperty[] = "OFN";
+constexpr char kFormerProcProperty[] = "OFN_Former_Proc";
 constexpr DWORD kRoomForFolder = 260;      // characters
 
 // The buffers that have taken the first ones' place, one for each record.
@@ -149,7 +151,7 @@ DWORD NeededCharacters(HWND fileDialog) {
   return kRoomForFolder + (names > 0 ? static_cast<DWORD>(names) : 0);
 }
 
-void OnSelectionChange(HWND fileDialog) {
+void MakeRoom(HWND fileDialog) {
   void* const record = GetPropA(fileDialog, kRecordProperty);
   if (!record) return;
   const DWORD needed = NeededCharacters(fileDialog);
@@ -159,20 +161,53 @@ void OnSelectionChange(HWND fileDialog) {
     GrowBuffer(*static_cast<OPENFILENAME_NT4W*>(record), gWideBuffer, needed);
 }
 
+// Names can be typed, too, which tells of no selection: room is made before the
+// dialog acts on its Open button.
+LRESULT CALLBACK FileDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_COMMAND && LOWORD(wParam) == IDOK) MakeRoom(hwnd);
+  const auto former = reinterpret_cast<WNDPROC>(GetPropA(hwnd, kFormerProcProperty));
+  return IsWindowUnicode(hwnd) ? CallWindowProcW(former, hwnd, message, wParam, lParam)
+                               : CallWindowProcA(former, hwnd, message, wParam, lParam);
+}
+
+// Keeps the window's kind of text, wide or narrow.
+void SetProc(HWND hwnd, LONG_PTR procedure) {
+  const auto set = IsWindowUnicode(hwnd) ? SetWindowLongPtrW : SetWindowLongPtrA;
+  set(hwnd, GWLP_WNDPROC, procedure);
+}
+
+LONG_PTR ProcOf(HWND hwnd) {
+  const auto get = IsWindowUnicode(hwnd) ? GetWindowLongPtrW : GetWindowLongPtrA;
+  return get(hwnd, GWLP_WNDPROC);
+}
+
+void WatchOpenButton(HWND fileDialog) {
+  if (SetPropA(fileDialog, kFormerProcProperty, reinterpret_cast<HANDLE>(ProcOf(fileDialog))))
+    SetProc(fileDialog, reinterpret_cast<LONG_PTR>(&FileDialogProc));
+}
+
+void UnwatchOpenButton(HWND fileDialog) {
+  if (const HANDLE former = RemovePropA(fileDialog, kFormerProcProperty))
+    SetProc(fileDialog, reinterpret_cast<LONG_PTR>(former));
+}
+
 }  // namespace
 
 UINT_PTR CALLBACK OpenFileHookProc(HWND hwnd, UINT message, WPARAM, LPARAM lParam) {
   const HWND fileDialog = GetParent(hwnd);
   switch (message) {
     case WM_INITDIALOG:
-      if (!SetPropA(fileDialog, kRecordProperty, reinterpret_cast<HANDLE>(lParam)))
+      if (SetPropA(fileDialog, kRecordProperty, reinterpret_cast<HANDLE>(lParam)))
+        WatchOpenButton(fileDialog);
+      else
         MessageBoxA(hwnd, "SET PRop Failed", "ERROR", MB_OK);
       break;
     case WM_NOTIFY:
       if (reinterpret_cast<const NMHDR*>(lParam)->code == CDN_SELCHANGE)
-        OnSelectionChange(fileDialog);
+        MakeRoom(fileDialog);
       break;
     case WM_DESTROY:
+      UnwatchOpenButton(fileDialog);
       RemovePropA(fileDialog, kRecordProperty);
       break;
     default:

@@ -545,6 +545,12 @@ HWND ListOf(HWND fileDialog) {
   return nullptr;
 }
 
+TEST_P(AddingTest, NamesOfMoreThan1024CharactersThatAreTypedComeWhole) {
+  std::string typed;
+  for (int i = 0; i < 200; ++i) typed += i % 2 ? "\"two.ogg\" " : "\"one.mp3\" ";
+  AddByTyping(typed, [](HWND dialog) { EXPECT_EQ(Names(dialog).size(), 200u); });
+}
+
 TEST_P(AddingTest, ASelectionOfMoreThan1024CharactersComesWhole) {
   const TempFolder many;
   std::vector<std::string> expected;

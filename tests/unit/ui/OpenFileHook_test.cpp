@@ -143,6 +143,18 @@ TEST_P(OpenFileHookTest, ALongerOneGetsABufferWithRoomForTheFolder) {
   EXPECT_EQ(Size(), 5260u) << "it never shrinks";
 }
 
+TEST_P(OpenFileHookTest, NamesThatWereTypedGetTheirRoomAsTheyAreOpened) {
+  const WNDPROC own = ProcOf(host.Window());
+  Init();
+  specSize = 3000;
+  SendMessageA(host.Window(), WM_COMMAND, IDCANCEL, 0);
+  EXPECT_EQ(Size(), 1024u);
+  SendMessageA(host.Window(), WM_COMMAND, IDOK, 0);
+  EXPECT_EQ(Size(), 3260u);
+  OpenFileHookProc(child, WM_DESTROY, 0, 0);
+  EXPECT_EQ(ProcOf(host.Window()), own);
+}
+
 TEST_P(OpenFileHookTest, WithoutMemoryTheOldBufferStays) {
   Init();
   ChangeSelection(2000);
