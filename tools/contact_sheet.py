@@ -23,9 +23,11 @@ from framebuffer import FrameBuffer
 SAMPLES_PER_SECOND = 10
 STILL_SECONDS = 0.6     # a picture stands at least as long
 REACH_SECONDS = 0.3     # two samples so far apart tell whether a picture stands
-STILL_LEVELS = 3        # of 255: a zoom changes the coarsest view by less
+STILL_LEVELS = 3        # of 255: a zoom changes the coarsest view by less,
+STILL_SHARE = 0.04      # and by less than this share of its brightness
 BLACK_LEVELS = 4        # mean of a screen that counts as black
 DIFFERENT_LEVELS = 6    # mean difference of two different pictures
+MIXED_SHARE = 0.3       # of that difference, by which a mixture of two may be off
 ZOOM_LEVELS = 3         # of two looks at one picture that both are worth showing
 COLUMNS, CELL_WIDTH, MARGIN, LABEL_HEIGHT = 3, 400, 10, 26
 BLURRED_SIZE = (24, 18)
@@ -64,7 +66,8 @@ class Slide:
 def is_still(samples, n):
     """Whether the screen hardly changes around sample `n`."""
     near = [s for s in samples if abs(s.seconds - samples[n].seconds) <= REACH_SECONDS]
-    return not samples[n].black and difference(near[0].coarse, near[-1].coarse) < STILL_LEVELS
+    least = min(STILL_LEVELS, STILL_SHARE * samples[n].coarse.mean())
+    return not samples[n].black and difference(near[0].coarse, near[-1].coarse) < least
 
 
 def still_stretches(samples):
@@ -93,14 +96,34 @@ def find_slides(samples):
     return slides
 
 
+def share_of_new(sample, old, new):
+    """How much of the way from one view to the other a sample is, 0 to 1."""
+    way = new - old
+    return float(((sample - old) * way).sum() / max((way * way).sum(), 1e-9))
+
+
+def is_mixture(old, slide, new):
+    """Whether a slide is but a crossfade between its neighbours that stuck."""
+    share = share_of_new(slide.middle, old.middle, new.middle)
+    mixed = old.middle + share * (new.middle - old.middle)
+    return (0.02 < share < 0.98 and difference(slide.middle, mixed)
+            < MIXED_SHARE * difference(old.middle, new.middle))
+
+
+def without_mixtures(slides):
+    kept = list(slides)
+    for triple in zip(slides, slides[1:], slides[2:]):
+        if is_mixture(*triple):
+            kept.remove(triple[1])
+    return kept
+
+
 def half_way(samples, old, new):
     """The sample between two slides that is half the old and half the new."""
-    way = new.first.blurred - old.last.blurred
     between = [s for s in samples if old.last.seconds < s.seconds < new.first.seconds]
 
     def distance(sample):
-        share = ((sample.blurred - old.last.blurred) * way).sum() / (way * way).sum()
-        return abs(share - 0.5)
+        return abs(share_of_new(sample.blurred, old.last.blurred, new.first.blurred) - 0.5)
 
     found = min(between, key=distance, default=None)
     return found if found and distance(found) < 0.4 else None
@@ -119,7 +142,7 @@ class Watcher:
         self._samples.append(Sample(seconds, shot))
 
     def look(self):
-        self.slides = find_slides(self._samples)
+        self.slides = without_mixtures(find_slides(self._samples))
         pairs = zip(self.slides, self.slides[1:])
         self.changes = [s for s in (half_way(self._samples, *pair) for pair in pairs) if s]
 
