@@ -188,11 +188,11 @@ void RefuseLongPaths(HWND dialog, const std::vector<int>& rows) {
   AskList(dialog, LB_SETSEL, FALSE, -1);
   for (const int row : rows) AskList(dialog, LB_SETSEL, TRUE, row);
   const std::string text =
-      "The paths of " + std::to_string(rows.size()) + " of the files are longer than " +
-      std::to_string(kLongestPath) +
-      " characters, so that they can't be played.\n\n"
-      "They are selected in the list now. Click \"Remove Selected\" to leave them out, "
-      "or cancel and move the files into a folder nearer to the drive's root.";
+      "Files whose paths are longer than " + std::to_string(kLongestPath) +
+      " characters can't be played. There are " + std::to_string(rows.size()) +
+      " in the list, and they are selected now.\n\n"
+      "Click \"Remove Selected\" to leave them out, or cancel and move the files into a folder "
+      "nearer to the drive's root.";
   MessageBoxA(dialog, text.c_str(), "Error", MB_OK);
 }
 

@@ -78,7 +78,8 @@ std::string Narrow(const std::string& text) { return text; }
 
 std::string Narrow(const std::wstring& text) {
   const int length = static_cast<int>(text.size());
-  const int room = WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
+  const int room =
+      WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
   std::string narrow(static_cast<std::size_t>(room), '\0');
   WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, narrow.data(), room, nullptr, nullptr);
   return narrow;

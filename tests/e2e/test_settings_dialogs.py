@@ -47,6 +47,7 @@ def add_files(music, typed):
     music.press(3)
     files = Dialog(music.run, FILES)
     music.desktop.display.xdotool("type", "--delay", "5", typed)
+    wait_until("the typed name", lambda: files.text(1152).startswith(typed), alive=music.run.ended)
     music.desktop.display.key("Return")
     files.wait_gone()
 

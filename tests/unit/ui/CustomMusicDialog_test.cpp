@@ -427,7 +427,8 @@ TEST_F(CustomMusicDialogTest, LongerPathsAreRefusedSelectedAndCanBeRemoved) {
   EXPECT_EQ(script.Run(IDD_CUSTOM_MUSIC, CustomMusicDialogProc), IDOK);
   ASSERT_EQ(boxes.shown.size(), 1u);
   EXPECT_EQ(boxes.shown[0].title, "Error");
-  EXPECT_THAT(boxes.shown[0].text, HasSubstr("The paths of 2 of the files are longer than 259"));
+  EXPECT_THAT(boxes.shown[0].text, HasSubstr("longer than 259 characters can't be played"));
+  EXPECT_THAT(boxes.shown[0].text, HasSubstr("There are 2 in the list"));
   EXPECT_EQ(ReadList(),
             "#EXTM3U\r\n#EXTINF:-1,a\r\nC:\\m\\a.mp3\r\n#EXTINF:-1,b\r\nC:\\m\\b.mp3\r\n");
 }
