@@ -58,3 +58,7 @@ void BuildUserFilePaths() {
   PlaylistPath = AppDataPath + (user.empty() ? "VELMORA2" : user) + ".M3U";
   WallpaperPath = AppDataPath + (user.empty() ? "" : user + "_") + "velmora.bmp";
 }
+
+std::string LogPath() { return AppDataPath + "VelmoraLog.txt"; }
+
+std::string MinidumpPath() { return AppDataPath + "velmora_minidump.dmp"; }

@@ -2,6 +2,8 @@
 // Finds the program's folder and the user's, and builds every path that the
 // run uses from them. The results are the globals of settings/Session.h.
 
+#include <string>
+
 // Fills ModulePath, InstallPath, HelpPath and BundlePath. True if the
 // program's file extension holds "exe" in any case: then it was started as an
 // ordinary program.
@@ -16,3 +18,7 @@ void EnsureUserDataFolder();
 
 // Fills PlaylistPath and WallpaperPath from the user's login name.
 void BuildUserFilePaths();
+
+// The log of this user's last run, and the dump of the last crash.
+std::string LogPath();
+std::string MinidumpPath();

@@ -36,21 +36,22 @@ def break_off(connection, _closing):
 class WebServer:
     """Answers each request by `answer(connection, closing)` and keeps the requests.
 
-    It has an address of its own, port 80, so that any number of them run at once.
+    It has an address of its own, port 80, so that any number of them run at once;
+    `host` is that of a server that has closed.
     """
 
-    def __init__(self):
+    def __init__(self, host=None):
         self.requests = []
         self.answer = send(reply(b""))
         self._closing = threading.Event()
-        self._listener, self.host = self._listen()
+        self._listener, self.host = self._listen(host)
         self._thread = threading.Thread(target=self._accept, daemon=True)
         self._thread.start()
 
     @staticmethod
-    def _listen():
+    def _listen(wanted):
         for _ in range(50):
-            host = "127." + ".".join(str(1 + byte % 250) for byte in os.urandom(3))
+            host = wanted or "127." + ".".join(str(1 + byte % 250) for byte in os.urandom(3))
             listener = socket.socket()
             listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
             with contextlib.suppress(OSError):

@@ -14,6 +14,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <shlwapi.h>
 #include <sstream>
 #include <string>
@@ -77,7 +78,8 @@ std::vector<BYTE> Bytes(const std::string& hex) {
 // ---- Windows
 
 std::string TextOf(HWND window) {
-  char text[2048] = "";
+  static char text[1 << 16];
+  text[0] = '\0';
   DWORD_PTR length = 0;
   SendMessageTimeoutA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text),
                       SMTO_ABORTIFHUNG, kSendLimitMs, &length);
@@ -95,6 +97,7 @@ std::string Describe(HWND window) {
   json << "{\"hwnd\": " << NumberOf(window) << ", \"class\": " << Quoted(className)
        << ", \"text\": " << Quoted(TextOf(window))
        << ", \"visible\": " << (IsWindowVisible(window) ? "true" : "false")
+       << ", \"enabled\": " << (IsWindowEnabled(window) ? "true" : "false")
        << ", \"id\": " << GetDlgCtrlID(window) << ", \"pid\": " << process
        << ", \"parent\": " << NumberOf(GetAncestor(window, GA_PARENT))
        << ", \"style\": " << static_cast<DWORD>(GetWindowLongA(window, GWL_STYLE))
@@ -200,6 +203,11 @@ std::string DisplayMode(const Words&) {
   return json.str();
 }
 
+// What the system does by itself when a program with a temporary mode ends.
+std::string RestoreDisplayMode(const Words&) {
+  return Value(ChangeDisplaySettingsA(nullptr, 0));
+}
+
 // Wine remembers in each process what it first answered there.
 std::string SaverRunning(const Words&) {
   BOOL running = FALSE;
@@ -222,19 +230,132 @@ std::string FileAttributes(const Words& words) {
   return attributes == INVALID_FILE_ATTRIBUTES ? LastError() : Value(attributes);
 }
 
-// Ends the programs whose file name begins with the given text.
-std::string EndPrograms(const Words& words) {
+// The processes whose file name begins with `name`.
+std::vector<DWORD> ProcessesOf(const std::string& name) {
   const KernelHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32 entry = {};
   entry.dwSize = sizeof entry;
-  int ended = 0;
+  std::vector<DWORD> processes;
   for (BOOL found = Process32First(list.get(), &entry); found;
-       found = Process32Next(list.get(), &entry)) {
-    if (_strnicmp(entry.szExeFile, words.at(1).c_str(), words[1].size()) != 0) continue;
-    const KernelHandle process(OpenProcess(PROCESS_TERMINATE, FALSE, entry.th32ProcessID));
+       found = Process32Next(list.get(), &entry))
+    if (_strnicmp(entry.szExeFile, name.c_str(), name.size()) == 0)
+      processes.push_back(entry.th32ProcessID);
+  return processes;
+}
+
+std::string CountPrograms(const Words& words) {
+  return Value(static_cast<std::int64_t>(ProcessesOf(words.at(1)).size()));
+}
+
+// Ends the programs whose file name begins with the given text.
+std::string EndPrograms(const Words& words) {
+  int ended = 0;
+  for (const DWORD id : ProcessesOf(words.at(1))) {
+    const KernelHandle process(OpenProcess(PROCESS_TERMINATE, FALSE, id));
     if (process && TerminateProcess(process.get(), 1)) ++ended;
   }
   return Value(ended);
+}
+
+// ---- Threads of other programs
+
+constexpr DWORD kFindThreadLimitMs = 60000;
+
+std::vector<DWORD> ThreadsOf(DWORD process) {
+  const KernelHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+  THREADENTRY32 entry = {};
+  entry.dwSize = sizeof entry;
+  std::vector<DWORD> threads;
+  for (BOOL found = Thread32First(list.get(), &entry); found;
+       found = Thread32Next(list.get(), &entry))
+    if (entry.th32OwnerProcessID == process) threads.push_back(entry.th32ThreadID);
+  return threads;
+}
+
+// The addresses of a module, from the first to behind the last.
+struct Range {
+  DWORD start;
+  DWORD end;
+  bool Holds(DWORD address) const { return address >= start && address < end; }
+};
+
+// Nothing if the process hasn't loaded it.
+std::optional<Range> FindModule(DWORD process, const std::string& name) {
+  const KernelHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, process));
+  MODULEENTRY32 entry = {};
+  entry.dwSize = sizeof entry;
+  for (BOOL found = Module32First(list.get(), &entry); found;
+       found = Module32Next(list.get(), &entry)) {
+    const auto base = static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(entry.modBaseAddr));
+    if (_stricmp(entry.szModule, name.c_str()) == 0) return Range{base, base + entry.modBaseSize};
+  }
+  return std::nullopt;
+}
+
+// window: the thread that it belongs to
+std::string WindowThread(const Words& words) {
+  return Value(GetWindowThreadProcessId(Window(words.at(1)), nullptr));
+}
+
+// Has a thread go on at `address`, as if it had jumped there by mistake, if it is
+// at one of the places `from`.
+bool Derail(DWORD id, DWORD address, const Range& from) {
+  const KernelHandle thread(OpenThread(
+      THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_SET_CONTEXT, FALSE, id));
+  if (!thread || SuspendThread(thread.get()) == static_cast<DWORD>(-1)) return false;
+  CONTEXT context = {};
+  context.ContextFlags = CONTEXT_CONTROL;
+  bool derailed = GetThreadContext(thread.get(), &context) && from.Holds(context.Eip);
+  context.Eip = address;
+  derailed = derailed && SetThreadContext(thread.get(), &context);
+  ResumeThread(thread.get());
+  return derailed;
+}
+
+// process, module, address, main thread, whether it shall be that thread or another:
+// derails a thread while it is in that module's own code, where it holds no lock of
+// the system's; its number
+std::string DerailIn(const Words& words) {
+  const auto process = static_cast<DWORD>(Number(words.at(1)));
+  const auto address = static_cast<DWORD>(Number(words.at(3)));
+  const auto mainThread = static_cast<DWORD>(Number(words.at(4)));
+  const bool wantMain = Number(words.at(5)) != 0;
+  const DWORD start = GetTickCount();
+  while (GetTickCount() - start < kFindThreadLimitMs) {
+    const std::optional<Range> module = FindModule(process, words.at(2));
+    for (const DWORD id : ThreadsOf(process))
+      if (module && (id == mainThread) == wantMain && Derail(id, address, *module))
+        return Value(id);
+  }
+  return Error(ERROR_TIMEOUT);
+}
+
+// module, function: its address, which is the same in every process
+std::string FunctionAddress(const Words& words) {
+  const HMODULE module = GetModuleHandleA(words.at(1).c_str());
+  const auto address = reinterpret_cast<std::uintptr_t>(
+      reinterpret_cast<void*>(GetProcAddress(module, words.at(2).c_str())));
+  return address ? Value(static_cast<std::int64_t>(address)) : LastError();
+}
+
+// path: starts the program as a child of this one
+std::string StartProgram(const Words& words) {
+  STARTUPINFOA startup = {};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION information = {};
+  if (!CreateProcessA(words.at(1).c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                      &startup, &information))
+    return LastError();
+  CloseHandle(information.hThread);
+  CloseHandle(information.hProcess);
+  return Value(information.dwProcessId);
+}
+
+// process: ends it at once, with no say in it
+std::string EndProcess(const Words& words) {
+  const KernelHandle process(
+      OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(Number(words.at(1)))));
+  return TerminateProcess(process.get(), 1) ? Value(1) : LastError();
 }
 
 // ---- Mutexes
@@ -336,10 +457,17 @@ const std::map<std::string, std::function<std::string(const Words&)>> kCommands 
     {"take-focus", TakeFocus},
     {"cursor", Cursor},
     {"display-mode", DisplayMode},
+    {"count-programs", CountPrograms},
+    {"restore-display-mode", RestoreDisplayMode},
     {"end-programs", EndPrograms},
     {"saver-running", SaverRunning},
     {"wallpaper", Wallpaper},
     {"attributes", FileAttributes},
+    {"window-thread", WindowThread},
+    {"derail-in", DerailIn},
+    {"function-address", FunctionAddress},
+    {"start-program", StartProgram},
+    {"end-process", EndProcess},
     {"take-mutex", TakeMutex},
     {"release-mutex", ReleaseHeldMutex},
     {"mutex-exists", MutexExists},

@@ -1,0 +1,21 @@
+#pragma once
+// Numbers of the dialogs and their controls, shared with the resource file.
+
+#define DIALOG_REPORT 200
+#define DIALOG_PREVIEW 201
+
+#define CONTROL_COMMENT_LABEL 1001
+#define CONTROL_COMMENT 1002
+#define CONTROL_CONTENT_LABEL 1003
+#define CONTROL_LOG 1004
+#define CONTROL_LOG_SIZE 1005
+#define CONTROL_DUMP 1006
+#define CONTROL_DUMP_SIZE 1007
+#define CONTROL_FORM 1008
+#define CONTROL_FORM_SIZE 1009
+#define CONTROL_TOTAL 1010
+#define CONTROL_SHOW 1011
+#define CONTROL_STATUS 1012
+#define CONTROL_ANSWER 1013
+#define CONTROL_LINK 1014
+#define CONTROL_PREVIEW 1015
