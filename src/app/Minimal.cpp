@@ -15,6 +15,7 @@
 
 #include "app/AppDataFolders.h"
 #include "app/CommandLine.h"
+#include "app/CrashCapture.h"
 #include "app/Direct3DSession.h"
 #include "app/DpiAwareness.h"
 #include "app/ExitRules.h"
@@ -190,7 +191,7 @@ bool LoadSettings() {
 
 void StartLog() {
   if (!ss->DebugLog) return;
-  gLogger = new Logger(AppDataPath + "VelmoraLog.txt");
+  gLogger = new Logger(LogPath());
   LOG_INFO("Velmora 2 started.");
   LOG_INFO(Text("Version: ", kVersion));
 }
@@ -271,6 +272,7 @@ void EndRun() {
 }  // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
+  CatchCrashes();
   InstanceHandle = instance;
   const StartRequest request = ParseCommandLine(GetCommandLineA());
   if (RanCommand(request.command)) return 0;

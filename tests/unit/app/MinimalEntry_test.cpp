@@ -1,11 +1,13 @@
 // The entry point: what each command line reaches, in which order, and what it
 // leaves behind. WinMain runs within the test program.
 
+#include "app/CrashCapture.h"
 #include "app/Instance.h"
 #include "app/OsVersion.h"
 #include "base/Crc32.h"
 #include "base/FileUtilities.h"
 #include "slideshow/FrameRate.h"
+#include "support/CrashNet.h"
 #include "support/TestLog.h"
 #include "ui/OpenFileRecords.h"
 #include "unit/app/SaverFixture.h"
@@ -112,6 +114,7 @@ class Entry : public SaverMachine {
   std::vector<std::string> mutexCalls;
 
  private:
+  const support::CrashNet net_;
   std::string line_;
   std::wstring wideLine_;
   std::vector<support::AnyHook> hooks_{
@@ -240,6 +243,19 @@ TEST_F(Entry, TheDialogsRunIsLogged) {
     EXPECT_EQ(line.mark, "I");
     EXPECT_EQ(line.source, "Minimal");
   }
+}
+
+TEST_F(Entry, TheNetForCrashesIsTheVeryFirstThing) {
+  bool caught = false;
+  HOOK_IMPORT(hook, "kernel32.dll", GetCommandLineA, [&]() -> LPSTR {
+    static char nothing[] = "x /x";
+    const auto filter = SetUnhandledExceptionFilter(nullptr);
+    caught = filter == &UnhandledFilter;
+    SetUnhandledExceptionFilter(filter);
+    return nothing;
+  });
+  Start("/x");
+  EXPECT_TRUE(caught);
 }
 
 // --- The saver ---

@@ -1,0 +1,27 @@
+#pragma once
+// The net under the program: what a crash tells and leaves behind for a report.
+//
+// A crash may fall on any thread; the others go on meanwhile. So all of this
+// touches only files, the registry and the instance's mutex.
+
+#include "base/win.h"
+
+// The codes of exceptions that this program raises itself, as a dump shows
+// them: a C++ exception that nobody caught, and a call of abort.
+inline constexpr DWORD kUncaughtException = 0xE0000001;
+inline constexpr DWORD kAborted = 0xE0000002;
+
+// From here on every crash, on any thread, ends in UnhandledFilter: faults, C++
+// exceptions that nobody catches, and abort. WinMain's first act.
+void CatchCrashes();
+
+// Tells the user if the program's files are damaged; else, if the user wants
+// reports, starts the report tool and then writes the dump. Leaves no error
+// for the next start. Always EXCEPTION_EXECUTE_HANDLER: the process ends without
+// the system's own box, and the display mode goes back with it.
+LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers);
+
+// Writes MinidumpPath() for the exception of the calling thread, with what
+// DumpType asks for. False if there is no dump: before Windows XP, without
+// dbghelp.dll, or if the file can't be written.
+bool WriteMinidump(EXCEPTION_POINTERS* exceptionPointers);
