@@ -106,6 +106,19 @@ TEST_F(Direct3DFrames, SlidesComeToTheScreen) {
   EXPECT_LE(support::ColourDistance(ShownColour(), kTestColours[1]), 2);
 }
 
+// Its zoom has no bounds: nothing need be seen, but nothing may break.
+TEST_F(Direct3DFrames, ADelayOfZeroIsHarmless) {
+  ss->ImageDelay = 0;
+  Start();
+  FinishOpening();
+  for (int frame = 0; frame < 12; ++frame) {
+    Frame(1500);
+    ASSERT_TRUE(!gSlideshow->GetLoader() || WaitForLoader());
+  }
+  EXPECT_NE(gSlideshow->GetCurrent(), nullptr);
+  EXPECT_FALSE(gGraphicsLayer->IsLost());
+}
+
 TEST_F(Direct3DFrames, TheShowMovesByWholeMilliseconds) {
   ss->Animate = 0;
   Start();
