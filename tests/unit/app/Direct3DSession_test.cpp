@@ -223,7 +223,6 @@ constexpr std::uint32_t kDesktopColour = 0x3366CC;
 // A screen that is all of one colour.
 class DesktopCopy : public Device {
  protected:
-  DesktopCopy() { screen_ = std::make_unique<support::Canvas>(kTestWidth, kTestHeight, kDesktopColour); }
   static support::Pixels Copied() {
     return support::ReadDc(DesktopCopyDC, 0, 0, kTestWidth, kTestHeight);
   }
@@ -231,7 +230,8 @@ class DesktopCopy : public Device {
   int taken = 0;
 
  private:
-  std::unique_ptr<support::Canvas> screen_;
+  std::unique_ptr<support::Canvas> screen_ =
+      std::make_unique<support::Canvas>(kTestWidth, kTestHeight, kDesktopColour);
   std::vector<support::AnyHook> hooks_{
       ANY_HOOK("user32.dll", GetWindowDC,
                [this](HWND window) -> HDC {

@@ -186,7 +186,8 @@ TEST_F(Direct3DFrames, EachClearsDrawsWaitsForTheCardAndFlips) {
                 return real(self, target, flags);
               });
   Frame(10);
-  EXPECT_THAT(steps, ElementsAre("clear", "world", "scene", "dc", "no dc", "lock", "unlock", "flip"));
+  EXPECT_THAT(steps,
+              ElementsAre("clear", "world", "scene", "dc", "no dc", "lock", "unlock", "flip"));
 }
 
 // --- What a frame costs ---
@@ -259,7 +260,6 @@ TEST_F(Direct3DFrames, TheQualityIsAdjustedBeforeTheSampleIsTaken) {
 
 class LostSurface : public Direct3DFrames {
  protected:
-  static HRESULT Lose(IDirectDrawSurface7*, IDirectDrawSurface7*, DWORD) { return DDERR_SURFACELOST; }
   // One frame whose flip reports the loss.
   void LoseInFrame() {
     HOOK_METHOD(flip, gGraphicsLayer->GetPrimary(), &IDirectDrawSurface7::Flip,
