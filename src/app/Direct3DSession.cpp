@@ -11,6 +11,7 @@
 #include "settings/Settings.h"
 #include "slideshow/DesktopFade.h"
 #include "slideshow/FastRenderer.h"
+#include "ui/Skin.h"
 
 #include <algorithm>
 #include <sstream>
@@ -121,6 +122,7 @@ bool initD3D(int width, int height) {
   SetFixedPipeline(*gGraphicsLayer, width, height);
   PrepareDesktopFade();
   OpeningDone = false;
+  gSkinBundle.FreeAll();  // the dialog's pictures aren't needed during a show
   if (OpensWithDesktop()) CopyDesktop();
   LOG_INFO("Successfully exiting initD3D()");
   return true;

@@ -5,6 +5,7 @@
 #include "settings/Settings.h"
 #include "support/GdiGauge.h"
 #include "support/TestLog.h"
+#include "ui/Skin.h"
 #include "unit/app/Direct3DFixture.h"
 
 #include <gmock/gmock.h>
@@ -214,6 +215,14 @@ TEST_F(Device, TheStepsAreLogged) {
   EXPECT_THAT(log.Texts(),
               ElementsAre("+- Enter function: initD3D()", "+- Exit function: initD3D()",
                           "Successfully exiting initD3D()"));
+}
+
+TEST_F(Device, TheMemoryOfTheDialogsPicturesIsGivenBack) {
+  ASSERT_TRUE(gSkinBundle.OpenAndReadAll(BundlePath.c_str()));
+  ASSERT_NE(gSkinBundle.GetFileData("slide0"), nullptr);
+  ASSERT_TRUE(MakeAndSet());
+  EXPECT_EQ(gSkinBundle.GetFileData("slide0"), nullptr);
+  gSkinBundle.Close();
 }
 
 // --- The copy of the desktop ---
