@@ -12,7 +12,8 @@ namespace support {
 
 class CrashNet {
  public:
-  CrashNet() : filter_(SetUnhandledExceptionFilter(nullptr)), abort_(std::signal(SIGABRT, SIG_DFL)) {
+  CrashNet()
+      : filter_(SetUnhandledExceptionFilter(nullptr)), abort_(std::signal(SIGABRT, SIG_DFL)) {
     SetUnhandledExceptionFilter(filter_);
     std::signal(SIGABRT, abort_);
   }

@@ -177,7 +177,8 @@ std::string TextOf(HWND window) {
 }
 
 COLORREF FillOf(ButtonLook look, UINT state) {
-  if (look != ButtonLook::Chief) return state & ODS_SELECTED ? colours::kAccentPale : colours::kCard;
+  if (look != ButtonLook::Chief)
+    return state & ODS_SELECTED ? colours::kAccentPale : colours::kCard;
   if (state & ODS_DISABLED) return colours::kAccentPale;
   return state & ODS_SELECTED ? colours::kAccentDark : colours::kAccent;
 }

@@ -66,7 +66,8 @@ class ReportWindow {
   void Leave();
   // Showing
   void ShowContent();
-  void ShowRow(int id, int sizeId, const std::string& path, std::uint64_t size, const char* without);
+  void ShowRow(int id, int sizeId, const std::string& path, std::uint64_t size,
+               const char* without);
   void ShowControls();
   std::string StatusText() const;
   ReportContent Content() const;

@@ -48,11 +48,11 @@ def log_lines(text):
 class Run:
     """One start of the program."""
 
-    def __init__(self, desktop, program, arguments):
+    def __init__(self, desktop, program, arguments, options):
         self.desktop = desktop
         self.started = time.monotonic()
         self._older_log = desktop.log_text()
-        self.process = desktop.prefix.start(program, *arguments)
+        self.process = desktop.prefix.start(program, *arguments, **options)
 
     def ended(self):
         """Why waiting for the program is in vain, or None while it runs."""
@@ -188,12 +188,15 @@ class Desktop:
 
     # Running
 
-    def start(self, *arguments, program="Velmora2.scr"):
-        """Starts the program under a name, which it has or is copied to."""
+    def start(self, *arguments, program="Velmora2.scr", **options):
+        """Starts the program under a name, which it has or is copied to.
+
+        `options` are those of subprocess.Popen.
+        """
         path = self.install / program
         if not path.exists():
             shutil.copy2(self.install / "Velmora2.scr", path)
-        run = Run(self, path, arguments)
+        run = Run(self, path, arguments, options)
         self.runs.append(run)
         return run
 
@@ -206,7 +209,7 @@ class Desktop:
     def log_bytes(self):
         try:
             return (self.data_folder() / "VelmoraLog.txt").read_bytes()
-        except FileNotFoundError:
+        except (FileNotFoundError, NotADirectoryError):
             return b""
 
     def log_text(self):

@@ -320,12 +320,15 @@ std::string DerailIn(const Words& words) {
   const auto address = static_cast<DWORD>(Number(words.at(3)));
   const auto mainThread = static_cast<DWORD>(Number(words.at(4)));
   const bool wantMain = Number(words.at(5)) != 0;
+  const std::optional<Range> module = FindModule(process, words.at(2));
+  if (!module) return Error(ERROR_MOD_NOT_FOUND);
   const DWORD start = GetTickCount();
   while (GetTickCount() - start < kFindThreadLimitMs) {
-    const std::optional<Range> module = FindModule(process, words.at(2));
-    for (const DWORD id : ThreadsOf(process))
-      if (module && (id == mainThread) == wantMain && Derail(id, address, *module))
-        return Value(id);
+    const std::vector<DWORD> threads =
+        wantMain ? std::vector<DWORD>{mainThread} : ThreadsOf(process);
+    for (const DWORD id : threads)
+      if ((id == mainThread) == wantMain && Derail(id, address, *module)) return Value(id);
+    Sleep(1);  // the program needs the time, too
   }
   return Error(ERROR_TIMEOUT);
 }
