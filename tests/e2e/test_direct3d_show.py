@@ -253,20 +253,21 @@ def test_animated_show_through_black_without_a_seam(desktop):
     assert_course(watch, moving_timelines(shown, show, watch.run), first, largest=SEAM)
 
 
-WIDE_AND_TALL = [wavy("wide.png", 900, 300, 1), wavy("tall.bmp", 300, 600, 3)]
+# Three, so that no picture comes back while its last change could be meant.
+THREE = [wavy("wide.png", 900, 300, 1), wavy("tall.bmp", 300, 600, 3),
+         wavy("square.bmp", 500, 500, 5)]
 
 
 def test_still_show_with_crossfade_leaves_out_a_bad_picture(desktop):
     show = Show(animate=False, delay=700)
-    wide, tall = WIDE_AND_TALL
-    watch = start(desktop, show, [wide, pictures.broken("bad.jpg"), tall])
-    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit))
+    watch = start(desktop, show, [THREE[0], pictures.broken("bad.jpg"), *THREE[1:]])
+    assert_course(watch, [still_timeline(THREE, show)], watch.until(is_lit))
 
 
 def test_still_show_through_black(desktop):
     show = Show(animate=False, crossfade=False, delay=700)
-    watch = start(desktop, show, WIDE_AND_TALL)
-    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit))
+    watch = start(desktop, show, THREE)
+    assert_course(watch, [still_timeline(THREE, show)], watch.until(is_lit))
 
 
 # --- Sixteen bits
@@ -274,8 +275,8 @@ def test_still_show_through_black(desktop):
 @pytest.mark.display(width=320, height=240, depth=16)
 def test_screen_of_sixteen_bits(desktop):
     show = Show(animate=False, delay=700, bits=16)
-    watch = start(desktop, show, WIDE_AND_TALL)
-    assert_course(watch, [still_timeline(WIDE_AND_TALL, show)], watch.until(is_lit), BOUND_16_BITS)
+    watch = start(desktop, show, THREE)
+    assert_course(watch, [still_timeline(THREE, show)], watch.until(is_lit), BOUND_16_BITS)
 
 
 def test_requested_depth_of_sixteen_bits_opens_without_the_desktop(desktop):
