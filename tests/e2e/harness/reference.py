@@ -355,9 +355,10 @@ def fitted(shot, picture, *sought):
         tried = picture(*times[:n], time, *times[n + 1:], step=FIT_STEP)
         return mean_error(tried, seen) + LEVELS_PER_MS * abs(time - sought[n][0])
 
+    coarse = 50 if len(sought) == 1 else 200  # ms: dark moments look much alike
     for reach in (math.inf, 1000, 240, 60, 15, 4):
         for n, (_, low, high) in enumerate(sought):
             first, last = max(low, times[n] - reach), min(high, times[n] + reach)
-            tried = numpy.linspace(first, last, max(9, int((last - first) / 200)))
+            tried = numpy.linspace(first, last, max(9, int((last - first) / coarse)))
             times[n] = min((times[n], *tried), key=functools.partial(badness, n))
     return times
