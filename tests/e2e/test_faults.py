@@ -35,7 +35,6 @@ def test_show_goes_on_with_the_pictures_it_has_read(desktop, four_pictures):
     for spoil in (replace, cut_off, delete):
         spoil(desktop.install / "images.bdl")
         run.wait_for_next(four_pictures)
-        run.wait_for_next(four_pictures)
     assert run.quit() == 0
     assert not desktop.hand.boxes()
 

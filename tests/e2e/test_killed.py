@@ -26,7 +26,6 @@ LAST_RUN_FAILED = (
     "on the settings screen.  It is recommended that you try this mode\n"
     "if you continue to have problems.\n\n"
     "We're sorry for the inconvenience.")
-THIS_RUN_FAILED = LAST_RUN_FAILED.replace("The screen saver", "The screensaver")
 DAMAGED_TITLE = "Encountered corrupted file(s)"
 DAMAGED = (
     "One or more of the screensaver files appears to have been corrupted.\n\n"

@@ -662,6 +662,21 @@ TEST_F(Entry, AFailureIsToldOnceAndNotAtTheNextStart) {
   EXPECT_THAT(boxes, IsEmpty());
 }
 
+TEST_F(Entry, AnErrorOfTheShowIsToldAtTheEndAndNotAtTheNextStart) {
+  onFrame = [](int) {
+    SetCriticalError(2);
+    CloseSaver();
+  };
+  EXPECT_EQ(Start("/s"), 0);
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].text, kCriticalErrorText);
+  EXPECT_EQ(user.Dword("CriticalError"), 0u);
+  boxes.clear();
+  onFrame = [](int) { CloseSaver(); };
+  EXPECT_EQ(Start("/s"), 0);
+  EXPECT_THAT(boxes, IsEmpty());
+}
+
 TEST_F(Entry, ARunWithoutGoodPicturesIsTold) {
   WriteBundle("bb");
   Start("/s");
