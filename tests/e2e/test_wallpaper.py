@@ -52,6 +52,7 @@ def test_stretched_wallpaper_has_exactly_the_screens_size(keeping):
 
 @pytest.mark.parametrize("last", [0, 1, 2, 3], ids=["first", "second", "third", "last of the list"])
 def test_wallpaper_is_the_picture_that_showed_last(keeping, four_pictures, last):
+    keeping.settings(ImageDelay="2.000000")  # the key comes while the picture stands
     run_until(keeping, four_pictures, four_pictures[last])
     assert pictures.which(keeping.wallpaper_pixels(), four_pictures) == four_pictures[last]
 

@@ -215,7 +215,8 @@ def record_start(desktop, standing, wipes, sessions):
     while missing & set(effects[turn:]):
         wipes[effects[turn]] = record_wipe(run, standing[turn % 2], standing[(turn + 1) % 2])
         turn += 1
-    sessions.append(Session(effects[:turn], time.monotonic() - run.started))
+    if turn:
+        sessions.append(Session(effects[:turn], time.monotonic() - run.started))
     run.quit()
 
 
