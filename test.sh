@@ -48,13 +48,14 @@ if [ "${layers[*]}" = e2e ] && [ $# -gt 0 ] && [ "$1" != -R ]; then
   exec /usr/bin/python3 -m pytest tests/e2e "$@"
 fi
 
-# One ctest over both build trees, and so one summary.
+# One ctest over both build trees, and so one summary. Tests wait more than they
+# compute: three at a time keep two cores busy.
 printf 'subdirs("%s")\n' "${trees[@]}" > build/CTestTestfile.cmake
 selection=()
 if [ "$all" = 0 ]; then
   selection=(-L "^($(IFS='|'; echo "${layers[*]}"))\$")
 fi
-run=(ctest --test-dir build -j2 --output-on-failure --no-tests=error "${selection[@]}" "$@")
+run=(ctest --test-dir build -j3 --output-on-failure --no-tests=error "${selection[@]}" "$@")
 say "running: ${layers[*]}"
 if wants unit || wants content; then exec tests/environment.sh "${run[@]}"; fi
 exec "${run[@]}"
