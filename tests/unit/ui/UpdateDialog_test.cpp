@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <shellapi.h>
 #include <string>
@@ -39,10 +40,21 @@ class UpdateDialogTest : public testing::Test {
  protected:
   // The maker's server, on this machine.
   void Serve(HttpServer::Answer answer) {
-    server = std::make_unique<HttpServer>(std::move(answer));
+    server = std::make_shared<HttpServer>(std::move(answer));
   }
   void Serve(const std::string& body) {
     Serve([body](HttpServer::Visit& visit) { visit.Send(HttpReply(body)); });
+  }
+  // The check may be at any step meanwhile, on its own thread.
+  void EndServer() {
+    std::shared_ptr<HttpServer> ending;
+    const std::lock_guard guard(serverLock);
+    ending.swap(server);
+  }
+  // Null once it is gone.
+  std::shared_ptr<HttpServer> PresentServer() {
+    const std::lock_guard guard(serverLock);
+    return server;
   }
   // Opens the window and acts on it once the answer stands.
   INT_PTR OnAnswer(const ModalScript::Action& act) {
@@ -56,13 +68,14 @@ class UpdateDialogTest : public testing::Test {
     ModalScript script;
     script.When(find, [&](HWND dialog) {
       act(dialog);
-      server.reset();
+      EndServer();
     });
     script.When(DialogWithAnswer, [](HWND dialog) { PostCommand(dialog, IDOK); });
     EXPECT_EQ(script.Run(IDD_UPDATE, UpdateDialogProc), IDOK);
   }
 
-  std::unique_ptr<HttpServer> server;
+  std::mutex serverLock;
+  std::shared_ptr<HttpServer> server;
   std::vector<std::string> opened;  // by the shell
   std::set<std::string> asked;      // hosts and ports
   AnsweredBoxes boxes;
@@ -71,9 +84,10 @@ class UpdateDialogTest : public testing::Test {
  private:
   AnyHook check_ = ANY_HOOK("wininet.dll", InternetCheckConnectionA,
                             [this](LPCSTR, DWORD flags, DWORD reserved) -> BOOL {
-                              if (!server) return SetLastError(2250), FALSE;
-                              const std::string there = "http://" + server->Host() + ":" +
-                                                        std::to_string(server->Port()) + "/";
+                              const auto present = PresentServer();
+                              if (!present) return SetLastError(2250), FALSE;
+                              const std::string there = "http://" + present->Host() + ":" +
+                                                        std::to_string(present->Port()) + "/";
                               return REAL_IMPORT("wininet.dll", InternetCheckConnectionA)(
                                   there.c_str(), flags, reserved);
                             });
@@ -82,8 +96,10 @@ class UpdateDialogTest : public testing::Test {
       [this](HINTERNET handle, LPCSTR host, INTERNET_PORT port, LPCSTR user, LPCSTR password,
              DWORD service, DWORD flags, DWORD_PTR context) -> HINTERNET {
         asked.insert(host + (":" + std::to_string(port)));
+        const auto present = PresentServer();
+        if (!present) return SetLastError(2250), nullptr;
         return REAL_IMPORT("wininet.dll", InternetConnectA)(
-            handle, server->Host().c_str(), server->Port(), user, password, service, flags,
+            handle, present->Host().c_str(), present->Port(), user, password, service, flags,
             context);
       });
   AnyHook shell_ = ANY_HOOK("shell32.dll", ShellExecuteA,
@@ -274,7 +290,7 @@ TEST_F(UpdateDialogTest, CancelLeavesAServerThatNeverAnswers) {
       });
   EXPECT_EQ(script.Run(IDD_UPDATE, UpdateDialogProc), IDCANCEL);
   EXPECT_EQ(label, "Cancelling...");
-  server.reset();
+  EndServer();
   EXPECT_EQ(FindDialog(), nullptr);
 }
 
