@@ -219,15 +219,17 @@ def settled(display, seconds=0.15):
     return last[1]
 
 
-def record(display, seconds, rate=30.0, until=None):
+def record(display, seconds, rate=30.0, until=None, look=None):
     """Samples of the screen, [(seconds since the start, pixels)].
 
-    Ends after `seconds`, or as soon as `until(pixels)` is true.
+    `look` takes a sample: the screen as it is unless told, or `stable_shot` where
+    parts of two frames would mislead. Ends after `seconds`, or as soon as
+    `until(pixels)` is true.
     """
     start = time.monotonic()
     frames = []
     while (now := time.monotonic() - start) < seconds:
-        frames.append((now, display.shot()))
+        frames.append((now, look(display) if look else display.shot()))
         if until and until(frames[-1][1]):
             break
         time.sleep(max(0.0, 1.0 / rate - (time.monotonic() - start - now)))
