@@ -97,6 +97,7 @@ int RunOpenGlLoop(int tiles, double seconds) {
     Sleep(kSleepMs);
   }
   samples.Print();
+  PrintPeakMemory();
   wglMakeCurrent(nullptr, nullptr);
   wglDeleteContext(context);
   ReleaseDC(window, dc);

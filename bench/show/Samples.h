@@ -3,6 +3,9 @@
 // the lines into tables and a plot. Nothing is written while a session runs.
 
 #include "base/Timers.h"
+#include "base/win.h"
+
+#include <psapi.h>
 
 #include <cstddef>
 #include <cstdio>
@@ -40,3 +43,15 @@ class Clock {
  private:
   CPerfTimer timer_{true};
 };
+
+// What the process holds now and at its peak.
+inline PROCESS_MEMORY_COUNTERS Memory() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  counters.cb = sizeof counters;
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters;
+}
+
+inline void PrintPeakMemory() {
+  std::printf("value memory_peak %.0f\n", static_cast<double>(Memory().PeakWorkingSetSize));
+}

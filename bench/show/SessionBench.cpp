@@ -15,7 +15,6 @@
 #include "slideshow/FastRenderer.h"
 #include "support/ImportHook.h"
 
-#include <psapi.h>
 
 #include <algorithm>
 #include <memory>
@@ -53,13 +52,6 @@ class Allocations {
   support::ImportHook calloc_{"msvcrt.dll", "calloc", &Calloc};
   support::ImportHook realloc_{"msvcrt.dll", "realloc", &Realloc};
 };
-
-PROCESS_MEMORY_COUNTERS Memory() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return counters;
-}
 
 // Bytes of a slide's textures, mip levels included.
 double TextureBytes(const CSlideImage* slide) {
@@ -100,7 +92,7 @@ class Session {
     std::printf("value seconds %.3f\n", (clock_.Ms() - firstPicture_) / 1000);
     std::printf("value steady_allocations %ld\n", steadyAllocations_);
     std::printf("value memory_before %.0f\n", static_cast<double>(memoryBefore_));
-    std::printf("value memory_peak %.0f\n", static_cast<double>(Memory().PeakWorkingSetSize));
+    PrintPeakMemory();
     std::printf("value textures %.0f\n", textures_);
     std::printf("value encoded %.0f\n", encoded_);
     std::printf("value tiles %d\n", tiles_);

@@ -26,6 +26,7 @@ import sys
 import numpy
 import PIL.Image
 import PIL.ImageDraw
+import PIL.ImageFont
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(ROOT / "bench"), str(ROOT / "tests" / "e2e"), str(ROOT / "tools")]
@@ -41,9 +42,10 @@ SIZES = [(3000, 2000), (6000, 4000), (3464, 2310), (4000, 3000), (5472, 3648), (
 STATES = ["created", "reading", "decoding", "building", "planning", "to tiles", "to powers",
           "resized"]
 MEGABYTE = 1e6
-# Kinds of frames, by how many slides are on the screen.
-PHASES = {"one slide": ("steady", "decoding", "tile", "takeover"),
-          "two slides": ("transition", "handover")}
+SERIES = {"show": "show", "bare": "B1, the same quads alone", "decoding": "B2, B1 beside a decoder"}
+# Kinds of frames that the baselines have as well, by how many slides are on the
+# screen: where their shares differ, a median over both jumps between the two.
+PHASES = {"one slide": "steady", "two slides": "transition"}
 # Highest ratios. That of the memory is the peak, less what the process had when
 # the first loader started, to what must be held: two slides' textures, one
 # decoded picture, the encoded bytes of all pictures read so far.
@@ -120,9 +122,7 @@ def verdict(name, value, limit):
 def report_frames(session):
     print(f"{'frames, ms without the sleep':<28}"
           + "".join(f"{head:>10}" for head in ("count", "fps", "median", "p99", "worst")))
-    names = {"show": "show", "bare": "B1, the same quads alone",
-             "decoding": "B2, B1 beside a decoder"}
-    for series, name in names.items():
+    for series, name in SERIES.items():
         print_row(name, session.times(series))
     for kind in ("steady", "decoding", "tile", "handover", "transition", "takeover"):
         print_row("  show: " + kind, session.times("show", kind))
@@ -130,9 +130,10 @@ def report_frames(session):
             if kind in ("steady", "transition"):
                 print_row(f"  {name}: {kind}", session.times(series, kind))
     show, decoding = (figures(session.times(series)) for series in ("show", "decoding"))
-    # By phase: a median over both would jump between them with their shares.
-    for phase, kinds in PHASES.items():
-        frames, least = session.times("show", *kinds), session.times("bare", *kinds)
+    verdict("median frame, show / B1",
+            show[2] / numpy.median(session.times("bare")), TARGETS["median"])
+    for phase, kind in PHASES.items():
+        frames, least = session.times("show", kind), session.times("bare", kind)
         if len(frames) and len(least):
             verdict(f"median frame, {phase}, show / B1",
                     numpy.median(frames) / numpy.median(least), TARGETS["median"])
@@ -169,30 +170,42 @@ def report_loader(lines):
               f"{int(row[10]):8}" + "".join(f"{float(ms):9.2f}" for ms in row[11:14]))
 
 
-COLOURS = dict(show=(30, 90, 200), bare=(40, 150, 60), decoding=(210, 120, 30))
+COLOURS = {"show": (30, 90, 200), "bare": (40, 150, 60), "decoding": (210, 120, 30)}
+PANEL_WIDTH, PANEL_HEIGHT, MARGIN, TICK_MS = 1200, 330, 50, 20
+
+
+def plot_panel(draw, top, font, title, session):
+    """Each series' frames in their order, over lines of equal time."""
+    bottom, right = top + PANEL_HEIGHT - 2 * MARGIN, PANEL_WIDTH - MARGIN
+    highest = max(session.times(series).max() for series in SERIES) * 1.05
+
+    def height(ms):
+        return bottom - (bottom - top) * ms / highest
+
+    draw.text((MARGIN, top - 35), title, "black", font)
+    for tick in range(0, int(highest) + 1, TICK_MS):
+        draw.line((MARGIN, height(tick), right, height(tick)), (225, 225, 225))
+        draw.text((MARGIN - 8, height(tick)), f"{tick}", "black", font, anchor="rm")
+    legend = MARGIN + 330
+    for series, name in SERIES.items():
+        draw.text((legend, top - 35), name, COLOURS[series], font)
+        legend += draw.textlength(name, font) + 40
+        times = session.times(series)
+        for index, ms in enumerate(times):
+            x, y = MARGIN + (right - MARGIN) * index / len(times), height(ms)
+            draw.ellipse((x - 1, y - 1, x + 1, y + 1), COLOURS[series])
 
 
 def plot(sessions, path):
-    """Each series' frames in order, one panel a screen size."""
-    width, height, margin = 1200, 300, 40
-    image = PIL.Image.new("RGB", (width, height * len(sessions)), "white")
+    """A panel for each screen size."""
+    font = PIL.ImageFont.truetype("LiberationSans-Regular.ttf", 14)
+    image = PIL.Image.new("RGB", (PANEL_WIDTH, PANEL_HEIGHT * len(sessions)), "white")
     draw = PIL.ImageDraw.Draw(image)
     for panel, (size, session) in enumerate(sessions.items()):
-        bottom = height * (panel + 1) - margin
-        top = height * panel + margin
-        highest = max(ms for _, kind, ms in session.frames if kind != "opening") * 1.05
-        draw.text((margin, top - 25),
-                  f"{size}: frame times in ms, in order (0 to {highest:.0f})", fill="black")
-        for n, (series, colour) in enumerate(COLOURS.items()):
-            times = session.times(series)
-            draw.text((margin + 330 + 150 * n, top - 25), series, fill=colour)
-            for index, ms in enumerate(times):
-                x = margin + (width - 2 * margin) * index / len(times)
-                y = bottom - (bottom - top) * ms / highest
-                draw.ellipse((x - 1, y - 1, x + 1, y + 1), fill=colour)
-        draw.line((margin, top, margin, bottom, width - margin, bottom), fill="black")
+        plot_panel(draw, panel * PANEL_HEIGHT + MARGIN, font, f"{size}, ms of each frame in order",
+                   session)
     path.parent.mkdir(parents=True, exist_ok=True)
-    image.save(path)
+    image.save(path, optimize=True)
     print(f"plot: {path}")
 
 
@@ -222,6 +235,7 @@ def main():
             tiles = int(alone.values["tiles"])
             opengl = Session(bench.run("opengl", tiles, 5))
             print_row(f"OpenGL, {tiles} tiles", opengl.times("opengl"))
+            print(f"  its peak memory, MB: {opengl.values['memory_peak'] / MEGABYTE:.0f}")
             if not sessions:
                 report_loader([row for row in bench.run("loader", bundle, options.cram)
                                if row[0] == "loader"])

@@ -168,9 +168,6 @@ class Slide:
         slide._focus = focus
         return slide
 
-    def moves(self):
-        return self._show.animate
-
     def growth(self, age):
         """How much larger it is than its base size, `age` ms after it came."""
         if not self._show.animate:
