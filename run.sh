@@ -31,7 +31,7 @@ fail() { printf 'run: %s\n' "$*" >&2; exit 1; }
 usage() { sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; }
 absolute() { [[ $1 = /* ]] && echo "$1" || echo "$called_from/$1"; }
 
-wanted_pictures=3
+wanted_pictures=4
 only_build=0 config=0 fast=0 pictures= seconds= out=out size=
 parse() {
   while [ $# -gt 0 ]; do
@@ -181,13 +181,14 @@ start_display() {
 
 log_file() { echo "$prefix/drive_c/users/$USER/AppData/Roaming/Tarnwick/Velmora2/VelmoraLog.txt"; }
 
-# A prefix of its own: the short delay is for the sheet alone. Nobody hears the
-# music there.
+# A prefix of its own: the short delay and the captions are for the sheet alone.
+# Nobody hears the music there.
 run_unseen() {
   start_display
   prepare sheet
   store ImageDelay REG_SZ 2.500000
   store PlayMusic REG_DWORD 0
+  store ShowCaptions REG_DWORD 1
   mkdir -p "$out"
   rm -f "$(log_file)" "$out/show.png" "$out/VelmoraLog.txt"
   say "no display: watching the show on one of its own, ${size:-1024x768}, without music"

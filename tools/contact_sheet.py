@@ -176,11 +176,16 @@ def watch(screen, arguments):
         if now - looked > 1:
             looked = now
             watcher.look()
-            if not arguments.seconds and len(watcher.frames()) >= arguments.frames:
+            if not arguments.seconds and seen_enough(watcher, arguments):
                 break
         time.sleep(max(0.0, 1 / SAMPLES_PER_SECOND - (time.monotonic() - start - now)))
     watcher.look()
     return watcher
+
+
+def seen_enough(watcher, arguments):
+    return (len(watcher.frames()) >= arguments.frames and watcher.pictures() >= arguments.wanted
+            and watcher.changes)
 
 
 def draw_sheet(frames, path):
@@ -205,7 +210,7 @@ def main():
     parser.add_argument("--seconds", type=float, help="watch exactly so long")
     parser.add_argument("--at-most", type=float, default=120, help="else watch no longer than this")
     parser.add_argument("--frames", type=int, default=9, help="else end with so many frames")
-    parser.add_argument("--wanted", type=int, default=3, help="different pictures asked for")
+    parser.add_argument("--wanted", type=int, default=4, help="different pictures asked for")
     parser.add_argument("--change", default="crossfade", help="what comes between two pictures")
     arguments = parser.parse_args()
 
