@@ -142,10 +142,11 @@ void Slideshow::UpdateFade() {
 // --- Showing and transition ---
 
 // A next picture that isn't ready leaves the slide on the screen; when it comes
-// the transition starts as far on as it is overdue.
+// the transition starts as far on as it is overdue. The first picture is nobody's
+// successor, even if it is ready within the frame that asked for it.
 void Slideshow::UpdateShowing(std::int32_t dt) {
   displayClock += dt;
-  if (displayClock < imageDelay || !ReadyLoader()) return;
+  if (!current || displayClock < imageDelay || !ReadyLoader()) return;
   if (crossfade) {
     HandOver();
     transitionClock = 0;

@@ -67,6 +67,30 @@ TEST_F(ShowUpdate, AFirstPictureThatFailsLeavesTheScreenBlack) {
   EXPECT_EQ(DrawnColour(), 0u);
 }
 
+// A small picture and a busy machine: it is decoded before the frame that asked for it
+// goes on, and with no delay it would be time for the next one.
+TEST_F(ShowUpdate, AFirstPictureThatIsReadyAtOnceIsNobodysSuccessor) {
+  LoadThree();
+  show->SetImageDelay(0);
+  {
+    const auto hook = ANY_HOOK("kernel32.dll", ResumeThread, [this](HANDLE thread) -> DWORD {
+      const DWORD count = REAL_IMPORT("kernel32.dll", ResumeThread)(thread);
+      EXPECT_TRUE(WaitForLoader());
+      return count;
+    });
+    show->Update(0);
+  }
+  EXPECT_FALSE(show->IsInTransition());
+  EXPECT_EQ(NameUnderCursor(), "b");
+  show->Update(0);
+  ASSERT_NE(show->GetCurrent(), nullptr);
+  for (int frame = 0; frame < 12; ++frame) {
+    ASSERT_TRUE(show->IsInTransition() || WaitForLoader());
+    show->Update(4000);
+    ASSERT_NE(show->GetCurrent(), nullptr) << "frame " << frame;
+  }
+}
+
 TEST_F(ShowUpdate, AShowWithoutPicturesStaysBlack) {
   Load({});
   for (int frame = 0; frame < 3; ++frame) show->Update(5000);
