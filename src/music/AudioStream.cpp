@@ -207,12 +207,22 @@ bool AudioStream::FindReaderPin() {
 bool AudioStream::Render() {
   if (FAILED(Query(graph, IID_IMediaControl, &mediaControl))) return false;
   Query(graph, IID_IMediaEventEx, &mediaEvent);
+  if (!rendererFilter) OfferDefaultRenderer();
   if (FAILED(graph->Render(outputPin))) return false;
   if (mediaEvent && notifyWindow && notifyMessage != 0)
     mediaEvent->SetNotifyWindow(reinterpret_cast<OAHWND>(notifyWindow),
                                 static_cast<long>(notifyMessage),
                                 reinterpret_cast<LONG_PTR>(userData));
   return true;
+}
+
+// The graph renders with what is in it, if that will do; else it tries all filters
+// that the system knows, and a search for the same renderer at every track is most
+// of what a change of tracks takes. Without it the search is left to find one.
+void AudioStream::OfferDefaultRenderer() {
+  ComRef<IBaseFilter> renderer;
+  if (SUCCEEDED(Create(CLSID_DSoundRender, IID_IBaseFilter, renderer.put())))
+    graph->AddFilter(renderer.get(), L"DefaultOutput");
 }
 
 // A named device keeps the volume that it has.

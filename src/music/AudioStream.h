@@ -80,6 +80,7 @@ class AudioStream : public TSingleton<AudioStream> {
   bool LoadFile();
   bool FindReaderPin();
   bool Render();
+  void OfferDefaultRenderer();
   void TakeVolume();
   void MakeNotifyWindow();
   void DestroyNotifyWindow();

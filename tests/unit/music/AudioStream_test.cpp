@@ -88,8 +88,15 @@ TEST_F(AudioStreamTest, AGraphIsBuiltInOrder) {
   EXPECT_THAT(world.Take(),
               ElementsAre("make graph", "make reader", "add filter", "ask for the file source",
                           "load C:\\a.mp3", "find pin Raw Audio 0", "ask for control",
-                          "ask for events", "render", "ask for volume", "volume -1246"));
+                          "ask for events", "make renderer", "add filter DefaultOutput", "render",
+                          "ask for volume", "volume -1246"));
   EXPECT_FALSE(world.Running());
+}
+
+TEST_F(AudioStreamTest, WithoutADefaultRendererTheGraphFindsItsOwn) {
+  world.Fail("make renderer");
+  EXPECT_TRUE(Stream().Play(Open(), false));
+  EXPECT_THAT(world.Take(), testing::Not(testing::Contains("add filter DefaultOutput")));
 }
 
 TEST_F(AudioStreamTest, ItIsTakenDownInOrderWithItsOwnVolumeBack) {

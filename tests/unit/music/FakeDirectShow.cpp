@@ -403,6 +403,9 @@ HRESULT WINAPI FakeDirectShow::Create(REFCLSID which, IUnknown*, DWORD context, 
   } else if (IsEqualGUID(which, kReaderClass)) {
     if (FAILED(Step("make reader"))) return E_FAIL;
     *object = static_cast<IBaseFilter*>(new FakeFilter(world.alive_, false));
+  } else if (IsEqualGUID(which, CLSID_DSoundRender)) {
+    if (FAILED(Step("make renderer"))) return E_FAIL;
+    *object = static_cast<IBaseFilter*>(new FakeFilter(world.alive_, true));
   } else {
     if (FAILED(Step("make device list"))) return E_FAIL;
     *object = static_cast<ICreateDevEnum*>(new FakeDevices(world.alive_));
