@@ -212,6 +212,13 @@ def test_both_programs_have_the_same_region(program, region):
     assert Resources(program.read_bytes()).find("BINARY", 124, 1033) == region
 
 
+def test_both_programs_run_with_the_users_rights_and_classic_controls(program):
+    """A toggle of newer common controls would flip late: they put off drawing."""
+    manifest = Resources(program.read_bytes()).find(24, 1, 1033).decode()
+    assert 'level="asInvoker"' in manifest
+    assert "Common-Controls" not in manifest and "dpiAware" not in manifest
+
+
 def test_no_control_is_cut_by_the_outline(region):
     inside = numpy.zeros((458, 640), dtype=bool)
     for left, top, right, bottom in rectangles(region):

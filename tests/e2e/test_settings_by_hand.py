@@ -132,6 +132,9 @@ def test_every_toggle_is_flipped_and_stored(window):
     for name, (_, _, default) in TOGGLES.items():
         assert window.desktop.setting_dword(name) == 1 - default, name
     assert window.desktop.setting_dword("StretchWallpaper") == 1
+    # The sliders were left alone: the top of the volume's track is just short of full.
+    assert window.desktop.setting_text("ImageDelay") == "10.000000"
+    assert window.desktop.setting_text("MusicVol") == "246"
 
 
 def test_toggles_that_go_off_ask_nothing(bare_desktop):
@@ -160,16 +163,24 @@ def test_delay_dragged_off_the_left_of_the_window_is_the_shortest(window):
     assert window.desktop.setting_text("ImageDelay") == "4.000000"
 
 
-def test_the_wheel_over_the_knob_moves_it(bare_desktop):
+def test_wheel_and_mouse_move_the_knob_of_the_list(bare_desktop):
     window = Window(bare_desktop)
     left, top = window.corner()
-    knob = window.pixels(614, 275, 15, 94)
-    bare_desktop.display.xdotool("mousemove", left + 621, top + 281, "click", 1, "click", 5)
-    wait_until("the knob has gone down", lambda: not numpy.array_equal(
-        window.pixels(614, 275, 15, 94), knob), alive=window.run.ended)
-    bare_desktop.display.xdotool("click", 4, "mousemove", 0, 0)
-    wait_until("it is back", lambda: numpy.array_equal(window.pixels(614, 275, 15, 94), knob),
-               alive=window.run.ended)
+    at_the_top = window.pixels(614, 275, 15, 94)
+
+    def knob_is_up():
+        return numpy.array_equal(window.pixels(614, 275, 15, 94), at_the_top)
+
+    # Over the knob, which has the focus for the wheel by a click, and then over the list.
+    for x, y in ((621, 281), (560, 280)):
+        bare_desktop.display.xdotool("mousemove", left + x, top + y, "click", 1, "click", 5)
+        wait_until("the knob has gone down", lambda: not knob_is_up(), alive=window.run.ended)
+        bare_desktop.display.xdotool("click", 4, "mousemove", 0, 0)
+        wait_until("it is back", knob_is_up, alive=window.run.ended)
+    window.drag((621, 281), (621, 340))
+    wait_until("the knob is dragged down", lambda: not knob_is_up(), alive=window.run.ended)
+    window.drag((621, 340), (680, 200))
+    wait_until("it is dragged back", knob_is_up, alive=window.run.ended)
 
 
 def test_press_on_a_track_pages(window):
@@ -209,10 +220,32 @@ def test_space_flips_the_toggle_that_has_the_focus(window):
     window.wait_for_indicator("Animate", True)
 
 
-def test_f1_asks_for_the_help_file(window):
-    window.flip("Animate")
-    window.desktop.display.key("F1")
-    # There is none in this folder, and the system's help says so.
+def help_window(window):
+    """The system's help viewer under our title, and the words that it shows."""
+    hand = window.desktop.hand
+    viewer = wait_until("the help", lambda: [
+        w for w in hand.windows("MS_WINHELP") if w["text"].startswith("Velmora 2 Help")],
+        alive=window.run.ended)[0]
+    words = wait_until("its words", lambda: [
+        c["text"] for c in hand.children(viewer["hwnd"]) if "Velmora" in c["text"]])[0]
+    return viewer, words
+
+
+@pytest.mark.parametrize("ask", [lambda window: window.click(200, 420),
+                                 lambda window: window.desktop.display.key("F1")],
+                         ids=["button", "f1"])
+def test_the_help_opens(window, ask):
+    window.flip("Animate")  # which has the focus then
+    ask(window)
+    viewer, words = help_window(window)
+    assert "What the settings window offers" in words
+    window.desktop.hand.ask("post", viewer["hwnd"], 0x0010, 0, 0)  # WM_CLOSE
+    wait_until("the help is gone", lambda: not window.desktop.hand.windows("MS_WINHELP"))
+
+
+def test_a_missing_help_file_is_told_by_the_system(window):
+    (window.desktop.install / "VELMORA2.HLP").unlink()
+    window.click(200, 420)
     box = wait_until("the system's help", lambda: [
         b for b in window.desktop.hand.boxes() if b["text"] != TITLE], alive=window.run.ended)[0]
     texts = [c["text"] for c in window.desktop.hand.children(box["hwnd"])]
