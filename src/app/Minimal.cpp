@@ -637,6 +637,14 @@ constexpr double kZoomSeconds = 8.0;
 // Smoothed text where the system is known to draw it well.
 int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }
 
+// The registry may hold any number. Within these bounds no sum of times overflows.
+std::int32_t ImageDelayMs() {
+  constexpr double kLongestMs = 1e9;
+  const double ms = ss->ImageDelay * 1000.0;
+  if (ms > -kLongestMs && ms < kLongestMs) return static_cast<std::int32_t>(ms);
+  return static_cast<std::int32_t>(ms > 0 ? kLongestMs : -kLongestMs);
+}
+
 bool OpenSlideBundle() {
   SlideBundle = new VFBUNDLE;
   if (SlideBundle->Open(BundlePath.c_str())) return true;
@@ -660,7 +668,7 @@ void CreateSlideshow(int width, int height) {
   show.SetCaptionOrientation(ss->CaptionOrientation);
   show.SetShufflePasses(kShufflePasses);
   show.SetRandomOrder(ss->RandomOrder != 0);
-  show.SetImageDelay(static_cast<std::int32_t>(ss->ImageDelay * 1000.0));
+  show.SetImageDelay(ImageDelayMs());
   const double aspect = 2.0 * height / width;
   show.SetEdges(static_cast<float>(aspect * 0.5), static_cast<float>(aspect * -0.5));
   show.SetMaxTextureSize(MaxTextureSize);

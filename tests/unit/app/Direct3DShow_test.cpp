@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -117,6 +119,17 @@ TEST_F(Direct3DFrames, ADelayOfZeroIsHarmless) {
   }
   EXPECT_NE(gSlideshow->GetCurrent(), nullptr);
   EXPECT_FALSE(gGraphicsLayer->IsLost());
+}
+
+TEST_F(Direct3DFrames, ADelayBeyondAllMeasureLetsTheSlideStand) {
+  for (const float seconds : {3e6f, std::numeric_limits<float>::infinity()}) {
+    ss->ImageDelay = seconds;
+    Start();
+    ShowFirstSlide();
+    Frame(100000);
+    EXPECT_FALSE(gSlideshow->IsInTransition()) << seconds;
+    TakeDown();
+  }
 }
 
 TEST_F(Direct3DFrames, TheShowMovesByWholeMilliseconds) {
