@@ -97,7 +97,7 @@ constexpr char kCriticalErrorText[] =
 // Gives the user's data folder its place and its open security, for an
 // installer with full rights.
 void PrepareDataFolder() {
-  BuildUserDataPath();
+  BuildUserDataPath(GetFocus());
   EnsureUserDataFolder();
 }
 

@@ -40,8 +40,8 @@ bool BuildProgramPaths() {
   return FindNoCase(extension.c_str(), "exe") != nullptr;
 }
 
-void BuildUserDataPath() {
-  AppDataPath = ApplicationDataFolder(nullptr) + kProductFolder;
+void BuildUserDataPath(HWND owner) {
+  AppDataPath = ApplicationDataFolder(owner) + kProductFolder;
   ReportToolPath = InstallPath + "ReportErr.exe";
 }
 

@@ -2,6 +2,8 @@
 // Finds the program's folder and the user's, and builds every path that the
 // run uses from them. The results are the globals of settings/Session.h.
 
+#include "base/win.h"
+
 #include <string>
 
 // Fills ModulePath, InstallPath, HelpPath and BundlePath. True if the
@@ -9,8 +11,9 @@
 // ordinary program.
 bool BuildProgramPaths();
 
-// Fills AppDataPath and ReportToolPath.
-void BuildUserDataPath();
+// Fills AppDataPath and ReportToolPath. `owner` is the window that the system's
+// questions would belong to.
+void BuildUserDataPath(HWND owner = nullptr);
 
 // Creates the user's data folder and records it for a later uninstall, if it
 // isn't there yet: this is how a user who never met the installer gets one.

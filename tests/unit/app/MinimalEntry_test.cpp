@@ -112,6 +112,7 @@ class Entry : public SaverMachine {
   std::vector<Dialog> dialogs;
   std::vector<Launch> launches;
   std::vector<std::string> mutexCalls;
+  std::vector<HWND> folderOwners;  // of each question for the data folder
 
  private:
   const support::CrashNet net_;
@@ -126,8 +127,9 @@ class Entry : public SaverMachine {
                  return static_cast<DWORD>(module.size());
                }),
       ANY_HOOK("shell32.dll", SHGetSpecialFolderPathA,
-               [this](HWND, LPSTR to, int folder, BOOL) -> BOOL {
+               [this](HWND owner, LPSTR to, int folder, BOOL) -> BOOL {
                  if (folder != CSIDL_APPDATA) return FALSE;
+                 folderOwners.push_back(owner);
                  std::strcpy(to, temp.File("Roaming").c_str());
                  return TRUE;
                }),
@@ -536,6 +538,14 @@ TEST_F(Entry, InitialSecurityMakesAndRecordsTheFolderAndDoesNothingElse) {
   EXPECT_THAT(mutexCalls, IsEmpty());
   EXPECT_THAT(numbersWritten, IsEmpty());
   EXPECT_FALSE(Exists(LogPath()));
+}
+
+TEST_F(Entry, TheFoldersQuestionsBelongToTheFocusOfTheInstallerAndElseToNobody) {
+  const HWND focus = reinterpret_cast<HWND>(0x6789);
+  HOOK_IMPORT(hook, "user32.dll", GetFocus, [=]() -> HWND { return focus; });
+  Start("initialsecurity");
+  Start("/x");
+  EXPECT_THAT(folderOwners, ElementsAre(focus, HWND{nullptr}));
 }
 
 // --- What all modes share ---
