@@ -414,6 +414,29 @@ TEST_F(Direct3DRun, WithoutADeviceEndsWithABoxAndACriticalError) {
   EXPECT_EQ(ss->FastMode, 0) << "there is no way back to fast mode by itself";
 }
 
+// The layer is gone by then: it is put away while the slides are shuffled.
+TEST_F(Direct3DRun, AFixedStateThatCannotBeSetEndsItWithABoxAndACriticalError) {
+  const support::TestLog log;
+  ss->RandomOrder = 1;
+  cGraphicsLayer* putAway = nullptr;
+  {
+    HOOK_IMPORT(shuffle, "msvcrt.dll", srand, [&](unsigned) {
+      if (gGraphicsLayer) putAway = std::exchange(gGraphicsLayer, nullptr);
+    });
+    DoSaver(nullptr, SW_SHOW);
+  }
+  EXPECT_EQ(frames, 0);
+  EXPECT_THAT(log.Errors(),
+              ElementsAre("Received a null graphics object pointer", "initD3D() failed!"));
+  EXPECT_EQ(ss->CriticalError, 1);
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].text, "Problem encountered in initD3D().");
+  EXPECT_EQ(boxes[0].title, "ERROR");
+  EXPECT_TRUE(boxes[0].activationSuppressed);
+  gGraphicsLayer = putAway;
+  CleanUp();
+}
+
 TEST_F(Direct3DRun, ASurfaceThatCannotBeMadeEndsItWithACriticalError) {
   const support::TestLog log;
   HOOK_METHOD(create, AnyDDraw(), &IDirectDraw7::CreateSurface,

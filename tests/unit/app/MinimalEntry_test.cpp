@@ -338,6 +338,17 @@ TEST_F(Entry, TheLogIsClosedAtTheEnd) {
   EXPECT_NE(log.find("Log ends on"), std::string::npos);
 }
 
+TEST_F(Entry, TheSystemsMuteCountsForAUserWithoutAChoiceAlone) {
+  system.SetDword("Mute Sound", 1);
+  std::vector<std::int32_t> music;
+  duringDialog = [&] { music.push_back(ss->PlayMusic); };
+  user.SetDword("PlayMusic", 1);
+  Start("/c 1");
+  user.DeleteValue("PlayMusic");
+  Start("/c 1");
+  EXPECT_THAT(music, ElementsAre(1, 0));
+}
+
 // --- The preview ---
 
 TEST_F(Entry, ThePreviewRunsInItsParent) {

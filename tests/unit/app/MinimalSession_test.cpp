@@ -391,6 +391,23 @@ TEST_F(DisplayMode, ChangesAreLogged) {
   EXPECT_THAT(log.Texts(), testing::Not(Contains("NO CHANGE")));
 }
 
+// The window takes the new mode's size, and the wallpaper the desktop's.
+TEST_F(DisplayMode, ChangesBeforeTheWindowAndIsBackBeforeTheShowGoes) {
+  Request({640, 480, 16});
+  bool windowAtChange = true;
+  bool showAtReturn = false;
+  HOOK_IMPORT(change, "user32.dll", ChangeDisplaySettingsA, [&](DEVMODEA* mode, DWORD) -> LONG {
+    if (mode)
+      windowAtChange = hScrWindow != nullptr;
+    else
+      showAtReturn = gSlideshow != nullptr;
+    return DISP_CHANGE_SUCCESSFUL;
+  });
+  DoSaver(nullptr, SW_SHOW);
+  EXPECT_FALSE(windowAtChange);
+  EXPECT_TRUE(showAtReturn);
+}
+
 TEST_F(DisplayMode, ThatTheCardRefusesEndsTheSession) {
   const support::TestLog log;
   Request({640, 480, 16});

@@ -11,6 +11,7 @@
 #include "support/SessionState.h"
 #include "support/TempFolder.h"
 #include "support/TestLog.h"
+#include "unit/app/SaverFixture.h"
 
 #include <mmsystem.h>
 
@@ -201,6 +202,59 @@ TEST_F(SessionMusic, ShutdownEndsItAndTheKeys) {
   EXPECT_TRUE(gMusicPlayer.IsStopped());
   SteerMusic(KeyAction::NextTrack);
   EXPECT_THAT(fmod.Take(), IsEmpty());
+}
+
+// --- A whole session
+
+class SilentSession : public SaverMachine {
+ protected:
+  void SetUp() override {
+    ss = &settings_;
+    RunMode = RUNMODE_SAVER;
+    ss->FastMode = 1;
+    ss->RandomOrder = 0;
+    WriteBundle("gg");
+    fmod.Fail("Init");
+  }
+  void TearDown() override {
+    CleanUp();
+    gMusicPlayer.Close();
+    delete AudioStream::Existing();
+    CloseSession();
+    ss = nullptr;
+  }
+
+  FakeFmod fmod;
+  FakeDirectShow directShow;
+
+ private:
+  SaverSettings settings_;
+};
+
+TEST_F(SilentSession, TellsWhyAndGoesOnWithoutMusic) {
+  const support::TestLog log;
+  onFrame = [](int frame) {
+    EXPECT_EQ(ss->PlayMusic, 0);
+    if (frame == 3) CloseSaver();
+  };
+  DoSaver(nullptr, SW_SHOW);
+  EXPECT_EQ(frames, 3);
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].text,
+            "An error was encountered while initializing the sound subsystem.\n\n"
+            "Possible causes include:\n"
+            "-A file may be corrupt and you need to re-install the screensaver\n"
+            "-You may have a corrupt music file in your playlist, try clearing your playlist\n"
+            "-Your hardware drivers may be out of date, try installing the latest drivers.\n\n"
+            "If all else fails, try disabling music and contact support.");
+  EXPECT_EQ(boxes[0].title, "Error initializing sound");
+  EXPECT_EQ(boxes[0].style, static_cast<UINT>(MB_ICONERROR));
+  EXPECT_EQ(boxes[0].owner, nullptr);
+  EXPECT_FALSE(boxes[0].activationSuppressed);
+  EXPECT_EQ(ss->CriticalError, 1);
+  EXPECT_EQ(user.Dword("CriticalError"), 1u);
+  EXPECT_THAT(log.Errors(), IsEmpty());
+  EXPECT_THAT(log.Texts(), Contains("UnregisterClass()"));
 }
 
 }  // namespace

@@ -101,6 +101,29 @@ TEST_F(LoaderTextures, ALimitedPictureIsReducedTileByTile) {
   }
 }
 
+// Checkers finer than a texture's pixels come out as their mean.
+TEST_F(LoaderTextures, AResizedPictureIsSmoothed) {
+  Decoded(511, 511, support::Checkers(1, 0x000000, 0xFFFFFF));
+  Run();
+  const std::unique_ptr<CSlideImage> slide = loader->Finish();
+  ASSERT_EQ(slide->TileCount(), 1);
+  EXPECT_TRUE(PixelsNear(ReadSurface(SurfaceOf(*slide, 0)).Cut(8, 8, 240, 240),
+                         Pixels(240, 240, 0x808080), 16));
+}
+
+TEST_F(LoaderTextures, ALimitedPictureIsSmoothed) {
+  Decoded(1024, 1024, support::Checkers(1, 0x000000, 0xFFFFFF));
+  loader->SetCram(true);
+  loader->SetCramSize(512);
+  Run();
+  const std::unique_ptr<CSlideImage> slide = loader->Finish();
+  ASSERT_EQ(slide->TileCount(), 4);
+  for (int tile = 0; tile < 4; ++tile)
+    EXPECT_TRUE(PixelsNear(ReadSurface(SurfaceOf(*slide, tile)).Cut(4, 4, 248, 248),
+                           Pixels(248, 248, 0x808080), 16))
+        << "tile " << tile;
+}
+
 TEST_F(LoaderTextures, ALimitOnOneSideGivesOddTextures) {
   Decoded(1600, 1000, support::Gradient());
   loader->SetCram(true);

@@ -215,6 +215,16 @@ TEST_F(Wallpaper, IsResampledWholeAndUpright) {
   EXPECT_TRUE(PixelsNear(saved.Cut(56, 43, 44, 32), Pixels(44, 32, 0xFFFFFF)));
 }
 
+// Checkers finer than the wallpaper's pixels come out as their mean.
+TEST_F(Wallpaper, IsSmoothedWhenItShrinks) {
+  Open({{"c", MakeBmp(511, 511, support::Checkers(1, 0x000000, 0xFFFFFF)), 511, 511}});
+  ReadAllSlides();
+  Save(256, 256);
+  const Pixels saved = Saved();
+  ASSERT_EQ(saved.width, 256);
+  EXPECT_TRUE(PixelsNear(saved.Cut(8, 8, 240, 240), Pixels(240, 240, 0x808080), 16));
+}
+
 // --- The file and the system ---
 
 TEST_F(Wallpaper, IsAlwaysABmpFile) {
