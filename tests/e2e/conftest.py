@@ -4,6 +4,7 @@
 test's `desktop`; `wall` makes desktops on several monitors.
 """
 
+import contextlib
 import pathlib
 import sys
 
@@ -23,28 +24,60 @@ def pytest_configure(config):
     config.addinivalue_line("markers", "display(width, height, depth): the desktop's display")
 
 
+class DesktopPool:
+    """Desktops that have served a test and are as good as new: by display."""
+
+    def __init__(self):
+        self._idle = {}
+
+    @contextlib.contextmanager
+    def lent(self, make_display, *options):
+        """A desktop on the display that these options make."""
+        key = (make_display, repr(options))
+        made = self._idle.pop(key, None) or self._make(make_display(*options))
+        try:
+            yield made
+        finally:
+            self._take_back(key, made)
+
+    @staticmethod
+    def _make(display):
+        try:
+            return Desktop(display)
+        except BaseException:
+            display.close()
+            raise
+
+    def _take_back(self, key, made):
+        try:
+            made.renew()
+        except BaseException:
+            made.close()
+            raise
+        if made.display.restored():
+            self._idle[key] = made
+        else:
+            made.close()
+
+    def close(self):
+        for made in self._idle.values():
+            made.close()
+
+
 @pytest.fixture(scope="session")
 def desktop_pool():
-    """Desktops that have served a test and are as good as new: by display."""
-    pool = {}
+    pool = DesktopPool()
     yield pool
-    for made in pool.values():
-        made.close()
+    pool.close()
 
 
 @pytest.fixture
 def bare_desktop(request, desktop_pool):
     """A desktop without any setting stored."""
     marker = request.node.get_closest_marker("display")
-    size = tuple(sorted((marker.kwargs if marker else {}).items()))
-    made = desktop_pool.pop(size, None) or Desktop(VirtualDisplay(**dict(size)))
-    yield made
-    try:
-        made.renew()
-    except BaseException:
-        made.close()
-        raise
-    desktop_pool[size] = made
+    size = {"width": 640, "height": 480, "depth": 24, **(marker.kwargs if marker else {})}
+    with desktop_pool.lent(VirtualDisplay, *size.values()) as made:
+        yield made
 
 
 @pytest.fixture
@@ -55,24 +88,16 @@ def desktop(bare_desktop):
 
 
 @pytest.fixture
-def wall(four_pictures):
-    """Makes a desktop on several monitors; ends it after the test."""
-    made = []
+def wall(four_pictures, desktop_pool):
+    """Makes a desktop on several monitors, with the settings of a plain show."""
+    with contextlib.ExitStack() as lent:
+        def make(monitors, switched_off=()):
+            made = lent.enter_context(desktop_pool.lent(MonitorWall, monitors, switched_off))
+            made.settings(**PLAIN_SHOW)
+            made.slides(four_pictures)
+            return made
 
-    def make(monitors, switched_off=()):
-        display = MonitorWall(monitors, switched_off)
-        try:
-            made.append(Desktop(display))
-        except BaseException:
-            display.close()
-            raise
-        made[0].settings(**PLAIN_SHOW)
-        made[0].slides(four_pictures)
-        return made[0]
-
-    yield make
-    for desktop in made:
-        desktop.close()
+        yield make
 
 
 @pytest.fixture

@@ -19,15 +19,24 @@ class WindowsError(Exception):
         self.code = code
 
 
+# What these do lasts as long as the helper runs; of the wallpaper the system goes
+# on telling a process what it first told it.
+_LASTING = {"open-preview-frame", "take-focus", "take-mutex", "wallpaper"}
+
+
 class DeskHand:
+    """One run of the helper; `fresh` while nothing that it did lasts."""
+
     def __init__(self, prefix, program=None):
         """`program` is a copy of the helper under another name."""
         self._process = prefix.start(program or places.deskhand(), stdin=subprocess.PIPE,
                                      stdout=subprocess.PIPE)
+        self.fresh = True
         self.pid = self.ask("ping")["value"]
 
     def ask(self, *words):
         """One command; its answer. Raises WindowsError."""
+        self.fresh &= words[0] not in _LASTING
         self._process.stdin.write(("\t".join(map(str, words)) + "\n").encode("cp1252"))
         self._process.stdin.flush()
         line = self._process.stdout.readline()

@@ -63,6 +63,10 @@ class _Display:
             stop_process(self.process)
         shutil.rmtree(self.folder, ignore_errors=True)
 
+    def restored(self):
+        """Undoes what a test has done to it; whether all is as it was made."""
+        return True
+
     def xdotool(self, *words):
         subprocess.run(["xdotool", *map(str, words)], env=self.environment(), check=True)
 
@@ -178,6 +182,10 @@ class MonitorWall(_Display):
         self.width = max(left + width for width, _, left, _ in lit)
         self.height = max(top + height for _, height, _, top in lit)
         wait_until("the monitors stand", lambda: self.shot().shape[:2] == (self.height, self.width))
+
+    def restored(self):
+        self.paint_background((0, 0, 0))
+        return self.mode() == self.monitors[0][:2]
 
     def mode(self, index=0):
         """The size of a monitor as the X server has it now."""
