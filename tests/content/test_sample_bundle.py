@@ -117,7 +117,7 @@ def test_no_picture_is_flat_dull_or_burnt_out(bundle):
 def start_render(cache, out):
     environment = {**os.environ, "VELMORA_CACHE": str(cache)}
     # A compiler that fails, so that painting instead of using the cache can't go unnoticed.
-    command = [sys.executable, str(RENDER), "--compiler", "false",
+    command = [sys.executable, "-B", str(RENDER), "--compiler", "false",
                "--captions", str(SOURCE / "content/captions"), "--out", str(out),
                "--stamp", str(out.parent / "stamp")]
     return subprocess.Popen(command, env=environment, text=True,

@@ -91,7 +91,7 @@ def test_a_piece_is_stereo_and_has_many_notes(name):
 def run_render(cache, out):
     # A compiler that fails, so that playing instead of using the cache can't go unnoticed.
     return subprocess.run(
-        [sys.executable, str(RENDER), "--compiler", "false", "--out", str(out),
+        [sys.executable, "-B", str(RENDER), "--compiler", "false", "--out", str(out),
          "--stamp", str(out.parent / "stamp")],
         env={**os.environ, "VELMORA_CACHE": str(cache)}, capture_output=True, text=True, check=False)
 
@@ -124,14 +124,22 @@ def load(path, name):
     return module
 
 
-def test_a_new_tune_has_no_picture_painted(tmp_path):
+@pytest.mark.parametrize("changed, anew", [
+    ("music/tracks.cpp", {"music"}),
+    ("music/tracks.txt", {"music"}),
+    ("music/render.py", {"music"}),
+    ("pictures/scenes/dunes.cpp", {"pictures"}),
+    ("pictures/show.txt", {"pictures"}),
+    ("pictures/render.py", {"pictures"}),
+    ("generated.py", {"music", "pictures"}),
+])
+def test_a_change_has_made_anew_what_it_concerns(tmp_path, monkeypatch, changed, anew):
     copy = tmp_path / "content"
     shutil.copytree(SOURCE / "content", copy)
-
-    def keys():
-        return (load(copy / "pictures/render.py", "pictures_render").cache_key(),
-                load(copy / "music/render.py", "music_render").cache_key())
-
-    pictures, music = keys()
-    (copy / "music/tracks.cpp").write_text("// another tune\n")
-    assert keys()[0] == pictures and keys()[1] != music
+    monkeypatch.delitem(sys.modules, "generated", raising=False)
+    generators = {name: load(copy / f"{name}/render.py", f"{name}_render").GENERATOR
+                  for name in ("music", "pictures")}
+    before = {name: generator.key() for name, generator in generators.items()}
+    with open(copy / changed, "a", encoding="utf-8") as file:
+        file.write("\n")
+    assert {name for name in generators if generators[name].key() != before[name]} == anew
