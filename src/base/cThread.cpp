@@ -13,6 +13,13 @@ HANDLE cThread::Start() {
   return handle;
 }
 
+bool cThread::StartWithPriority(int priority) {
+  if (!Start()) return false;
+  SetThreadPriority(handle, priority);
+  ResumeThread(handle);
+  return true;
+}
+
 void cThread::Stop() {
   if (!handle) return;
   running = false;

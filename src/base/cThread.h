@@ -1,8 +1,7 @@
 #pragma once
 // One thread and the object that it runs. Every background job derives from
-// it. A thread is created suspended: the derived class's start operation sets
-// the priority and then resumes it, so the priority stands before the first
-// instruction of Run.
+// it. A thread is created suspended: the derived class's own start operation
+// gives it its priority and lets it run.
 
 #include "base/win.h"
 
@@ -32,6 +31,11 @@ class cThread {
   bool IsRunning() const { return running; }
 
  protected:
+  // Starts the thread and lets it run at once. `priority` is one of the system's
+  // and stands before the first instruction of Run. False if the thread can't be
+  // made.
+  bool StartWithPriority(int priority);
+
   HANDLE handle = nullptr;
   DWORD threadId = 0;
   std::uint32_t timeout = INFINITE;

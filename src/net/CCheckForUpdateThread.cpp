@@ -1,7 +1,6 @@
 #include "net/CCheckForUpdateThread.h"
 
 #include "base/FindNoCase.h"
-#include "net/CHTTPRequest.h"
 #include "net/ParseXML.h"
 #include "net/RequestJob.h"
 
@@ -29,8 +28,7 @@ CCheckForUpdateThread::~CCheckForUpdateThread() { LeaveWorker(); }
 
 void CCheckForUpdateThread::LeaveWorker() {
   Stop();
-  if (job) job->Abandon();
-  job.reset();
+  AbandonJob(job);
 }
 
 bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, const char* newVersion,
@@ -50,24 +48,15 @@ bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, cons
   title.Append(version);
   job = std::make_shared<RequestJob>(host.Text(), path.Text(), BodyOf(version), window,
                                      messageNumber);
-  if (!cThread::Start()) {
-    job.reset();
-    return false;
-  }
-  SetThreadPriority(handle, THREAD_PRIORITY_NORMAL);
-  ResumeThread(handle);
-  return true;
+  if (StartWithPriority(THREAD_PRIORITY_NORMAL)) return true;
+  job.reset();  // nobody has begun it
+  return false;
 } catch (const std::bad_alloc&) {
   return false;
 }
 
 unsigned int CCheckForUpdateThread::Run() {
-  const std::shared_ptr<RequestJob> own = job;
-  own->Begin();
-  CHTTPRequest request;
-  const char* text = own->Send(request);
-  own->Finish([&] { TakeOutcome(text, request.GetLastError()); });
-  return text ? 0 : 1;
+  return RunJob(job, [this](const char* text, std::uint32_t error) { TakeOutcome(text, error); });
 }
 
 void CCheckForUpdateThread::TakeOutcome(const char* text, std::uint32_t error) {

@@ -4,7 +4,6 @@
 #include "base/FileUtilities.h"
 #include "base/FindNoCase.h"
 #include "base/win_owned.h"
-#include "net/CHTTPRequest.h"
 #include "net/ParseXML.h"
 #include "net/RequestJob.h"
 
@@ -90,8 +89,7 @@ CReportBugThread::~CReportBugThread() { LeaveWorker(); }
 
 void CReportBugThread::LeaveWorker() {
   Stop();
-  if (job) job->Abandon();
-  job.reset();
+  AbandonJob(job);
 }
 
 bool CReportBugThread::Start(const char* newHost, const char* newPath, const char* newVersion,
@@ -117,13 +115,9 @@ bool CReportBugThread::Start(const char* newHost, const char* newPath, const cha
   ReadLog();
   EncodeDump();
   job = std::make_shared<RequestJob>(host.Text(), path.Text(), Body(), window, messageNumber);
-  if (!cThread::Start()) {
-    job.reset();
-    return false;
-  }
-  SetThreadPriority(handle, THREAD_PRIORITY_NORMAL);
-  ResumeThread(handle);
-  return true;
+  if (StartWithPriority(THREAD_PRIORITY_NORMAL)) return true;
+  job.reset();  // nobody has begun it
+  return false;
 } catch (const std::bad_alloc&) {
   return false;
 }
@@ -160,12 +154,7 @@ std::string CReportBugThread::Body() const {
 }
 
 unsigned int CReportBugThread::Run() {
-  const std::shared_ptr<RequestJob> own = job;
-  own->Begin();
-  CHTTPRequest request;
-  const char* text = own->Send(request);
-  own->Finish([&] { TakeOutcome(text); });
-  return text ? 0 : 1;
+  return RunJob(job, [this](const char* text, std::uint32_t) { TakeOutcome(text); });
 }
 
 void CReportBugThread::TakeOutcome(const char* text) {

@@ -1,7 +1,5 @@
 #include "net/RequestJob.h"
 
-#include "net/CHTTPRequest.h"
-
 RequestJob::RequestJob(const char* host, const char* path, std::string body, HWND notifyWindow,
                        std::uint32_t notifyMessage)
     : host_(host ? host : ""),
@@ -19,4 +17,9 @@ void RequestJob::Abandon() {
   WaitForSingleObject(begun_.get(), INFINITE);
   const std::lock_guard<std::mutex> lock(mutex_);
   abandoned_ = true;
+}
+
+void AbandonJob(std::shared_ptr<RequestJob>& job) {
+  if (job) job->Abandon();
+  job.reset();
 }

@@ -6,13 +6,13 @@
 
 #include "base/win.h"
 #include "base/win_owned.h"
+#include "net/CHTTPRequest.h"
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
-
-class CHTTPRequest;
 
 class RequestJob {
  public:
@@ -55,3 +55,18 @@ class RequestJob {
   std::mutex mutex_;
   bool abandoned_ = false;  // under mutex_
 };
+
+// The whole of a worker thread's Run; the result is its exit code. `take` gets the
+// reply's text, null for a request that failed, and the error of the request.
+template <class Take>
+unsigned int RunJob(std::shared_ptr<RequestJob> job, Take take) {
+  job->Begin();
+  CHTTPRequest request;
+  const char* const text = job->Send(request);
+  job->Finish([&] { take(text, request.GetLastError()); });
+  return text ? 0 : 1;
+}
+
+// What is to follow the Stop of a thread object whose worker may have outlived the
+// wait. Nothing if there is no job.
+void AbandonJob(std::shared_ptr<RequestJob>& job);

@@ -125,19 +125,13 @@ void CImgLoadThread::Setup(VFFILECAT* newCategory, VFFILE* newFile, const SlideD
   focusYOnly = dims.focusYOnly;
 }
 
-// The priority stands before the thread's first instruction. A thread that
-// can't be made counts as a member that can't be read: the show goes on with
-// the next picture.
+// A thread that can't be made counts as a member that can't be read: the show
+// goes on with the next picture.
 void CImgLoadThread::Begin(std::uint32_t showClock) {
   startMs = showClock;
   Stop();
   image = std::make_unique<BTCImageObject>();
-  if (!Start()) {
-    error = kNotRead;
-    return;
-  }
-  SetThreadPriority(handle, THREAD_PRIORITY_BELOW_NORMAL);
-  ResumeThread(handle);
+  if (!StartWithPriority(THREAD_PRIORITY_BELOW_NORMAL)) error = kNotRead;
 }
 
 // False if the next tile can't be made.
