@@ -1,5 +1,6 @@
 #include "show/Baselines.h"
 
+#include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
 #include "graphics/cGraphicsLayer.h"
 #include "graphics/cTexture.h"
@@ -31,10 +32,7 @@ void WaitForCard() {
   IDirectDrawSurface7* backBuffer = gGraphicsLayer->GetBackBuffer();
   HDC dc = nullptr;
   if (SUCCEEDED(backBuffer->GetDC(&dc))) backBuffer->ReleaseDC(dc);
-  DDSURFACEDESC2 description{};
-  description.dwSize = sizeof description;
-  if (SUCCEEDED(backBuffer->Lock(nullptr, &description, DDLOCK_WAIT, nullptr)))
-    backBuffer->Unlock(nullptr);
+  const LockedSurface finished(backBuffer);
 }
 
 }  // namespace

@@ -42,10 +42,8 @@ bool Combine(HDC hdc, int x, int y, const PixelBlock& block, DWORD rop) {
   for (std::size_t row = 0; row < static_cast<std::size_t>(block.height); ++row)
     std::memcpy(static_cast<std::uint8_t*>(bits) + row * row_size, block.bits + row * pitch,
                 row_size);
-  const HGDIOBJ former = SelectObject(memory.get(), bitmap.get());
-  const bool done = BitBlt(hdc, x, y, block.width, block.height, memory.get(), 0, 0, rop) != FALSE;
-  SelectObject(memory.get(), former);
-  return done;
+  const SelectGuard selected(memory.get(), bitmap.get());
+  return BitBlt(hdc, x, y, block.width, block.height, memory.get(), 0, 0, rop) != FALSE;
 }
 
 }  // namespace

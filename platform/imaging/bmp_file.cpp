@@ -27,10 +27,9 @@ class FileBeside {
   }
 
   bool Create() {
-    const HANDLE file = CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    created_ = file != INVALID_HANDLE_VALUE;
-    if (created_) file_.reset(file);
+    file_ = OwnFile(CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+    created_ = static_cast<bool>(file_);
     return created_;
   }
   bool Write(const void* data, std::size_t size) {

@@ -5,9 +5,11 @@
 #include "imaging/resample.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <new>
 #include <optional>
+#include <utility>
 
 using imaging::Blit;
 using imaging::Filter;
@@ -144,15 +146,15 @@ bool BTCImageData::Stretch(HDC hdc, int x, int y, int width, int height, int src
 
 HBITMAP BTCImageData::GetBitmap() const {
   if (!pixels_) return nullptr;
-  const HDC screen = GetDC(nullptr);
-  if (!screen) return nullptr;
-  GdiBitmap bitmap(CreateCompatibleBitmap(screen, GetWidth(), GetHeight()));
-  const MemDc memory(CreateCompatibleDC(screen));
-  ReleaseDC(nullptr, screen);
+  const ClientDc screen(nullptr);
+  if (!screen.get()) return nullptr;
+  GdiBitmap bitmap(CreateCompatibleBitmap(screen.get(), GetWidth(), GetHeight()));
+  const MemDc memory(CreateCompatibleDC(screen.get()));
   if (!bitmap || !memory) return nullptr;
-  const HGDIOBJ former = SelectObject(memory.get(), bitmap.get());
-  const bool done =
-      Draw(memory.get(), 0, 0, GetWidth(), GetHeight(), 0, 0, BTDrawMode_Plain, SRCCOPY);
-  SelectObject(memory.get(), former);
+  bool done = false;
+  {
+    const SelectGuard selected(memory.get(), bitmap.get());
+    done = Draw(memory.get(), 0, 0, GetWidth(), GetHeight(), 0, 0, BTDrawMode_Plain, SRCCOPY);
+  }
   return done ? bitmap.release() : nullptr;
 }

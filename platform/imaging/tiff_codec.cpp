@@ -3,6 +3,7 @@
 
 #include "imaging/codecs.h"
 
+#include "base/ComRef.h"
 #include "base/win.h"
 
 #include <objbase.h>
@@ -28,29 +29,9 @@ class ComScope {
   HRESULT result_;
 };
 
-// Owner of one reference.
-template <class Interface>
-class ComPtr {
- public:
-  ComPtr() = default;
-  ComPtr(const ComPtr&) = delete;
-  ComPtr& operator=(const ComPtr&) = delete;
-  ~ComPtr() {
-    if (object_) object_->Release();
-  }
-  Interface* operator->() const { return object_; }
-  Interface* get() const { return object_; }
-  // For a call that hands out a reference.
-  Interface** put() { return &object_; }
-  void** put_void() { return reinterpret_cast<void**>(&object_); }
-
- private:
-  Interface* object_ = nullptr;
-};
-
 bool OpenFirstPage(IWICImagingFactory* factory, Bytes file, IWICBitmapFrameDecode** page) {
-  ComPtr<IWICStream> stream;
-  ComPtr<IWICBitmapDecoder> decoder;
+  ComRef<IWICStream> stream;
+  ComRef<IWICBitmapDecoder> decoder;
   // The stream only reads; its interface has no way to say so.
   BYTE* const data = const_cast<BYTE*>(file.data());
   return SUCCEEDED(factory->CreateStream(stream.put())) &&
@@ -62,7 +43,7 @@ bool OpenFirstPage(IWICImagingFactory* factory, Bytes file, IWICBitmapFrameDecod
 
 bool CopyPixels(IWICImagingFactory* factory, IWICBitmapFrameDecode* page, Picture& picture) {
   UINT width = 0, height = 0;
-  ComPtr<IWICFormatConverter> converter;
+  ComRef<IWICFormatConverter> converter;
   if (FAILED(page->GetSize(&width, &height)) || !picture.Create(width, height)) return false;
   const UINT stride = static_cast<UINT>(picture.row_bytes());
   if (FAILED(factory->CreateFormatConverter(converter.put())) ||
@@ -78,8 +59,8 @@ bool CopyPixels(IWICImagingFactory* factory, IWICBitmapFrameDecode* page, Pictur
 
 bool DecodeTiff(Bytes file, Picture& picture) {
   const ComScope com;
-  ComPtr<IWICImagingFactory> factory;
-  ComPtr<IWICBitmapFrameDecode> page;
+  ComRef<IWICImagingFactory> factory;
+  ComRef<IWICBitmapFrameDecode> page;
   return com.usable() &&
          SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
                                     IID_IWICImagingFactory, factory.put_void())) &&

@@ -3,6 +3,7 @@
 
 #include "sound/decoders.h"
 
+#include "base/LittleEndian.h"
 #include "base/win.h"
 
 #include <mmsystem.h>
@@ -65,8 +66,8 @@ std::vector<std::uint8_t> CodecFormat(const WaveFile& wave) {
   format.nChannels = static_cast<WORD>(wave.channels);
   format.nSamplesPerSec = static_cast<DWORD>(wave.rate);
   format.nBlockAlign = static_cast<WORD>(wave.blockAlign);
-  format.nAvgBytesPerSec = static_cast<DWORD>(static_cast<std::int64_t>(wave.rate) * wave.blockAlign /
-                                              SamplesInBlock(wave));
+  format.nAvgBytesPerSec = static_cast<DWORD>(static_cast<std::int64_t>(wave.rate) *
+                                              wave.blockAlign / SamplesInBlock(wave));
   format.wBitsPerSample = 4;
   format.cbSize = static_cast<WORD>(extra.size());
   const auto* head = reinterpret_cast<const std::uint8_t*>(&format);
@@ -95,8 +96,8 @@ class Codec {
   bool Open(const WaveFile& wave) {
     std::vector<std::uint8_t> from = CodecFormat(wave);
     WAVEFORMATEX to = PcmFormat(wave);
-    return acmStreamOpen(&stream_, nullptr, reinterpret_cast<WAVEFORMATEX*>(from.data()), &to, nullptr,
-                         0, 0, ACM_STREAMOPENF_NONREALTIME) == MMSYSERR_NOERROR;
+    return acmStreamOpen(&stream_, nullptr, reinterpret_cast<WAVEFORMATEX*>(from.data()), &to,
+                         nullptr, 0, 0, ACM_STREAMOPENF_NONREALTIME) == MMSYSERR_NOERROR;
   }
 
   // Decodes whole blocks; returns how many bytes came.
@@ -108,7 +109,8 @@ class Codec {
     header.pbDst = to.data();
     header.cbDstLength = static_cast<DWORD>(to.size());
     if (acmStreamPrepareHeader(stream_, &header, 0) != MMSYSERR_NOERROR) return 0;
-    const bool done = acmStreamConvert(stream_, &header, ACM_STREAMCONVERTF_BLOCKALIGN) == MMSYSERR_NOERROR;
+    const bool done =
+        acmStreamConvert(stream_, &header, ACM_STREAMCONVERTF_BLOCKALIGN) == MMSYSERR_NOERROR;
     const DWORD used = header.cbDstLengthUsed;
     header.cbSrcLength = static_cast<DWORD>(from.size());
     header.cbDstLength = static_cast<DWORD>(to.size());
@@ -137,7 +139,8 @@ class AdpcmDecoder final : public Decoder {
     const auto frameSize = static_cast<std::size_t>(2 * wave_.channels);
     decoded_.assign(blocks * static_cast<std::size_t>(SamplesInBlock(wave_)) * frameSize, 0);
     std::size_t frames = codec_.Convert(encoded_, decoded_) / frameSize;
-    frames = static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(frames), samplesLeft_));
+    frames = static_cast<std::size_t>(
+        std::min<std::int64_t>(static_cast<std::int64_t>(frames), samplesLeft_));
     samplesLeft_ -= static_cast<std::int64_t>(frames);
     if (frames == 0) return false;
     Fill(block, frames);
@@ -173,7 +176,7 @@ class AdpcmDecoder final : public Decoder {
     block.order = ChannelOrder::kWave;
     block.samples.resize(frames * static_cast<std::size_t>(wave_.channels));
     for (std::size_t i = 0; i < block.samples.size(); ++i) {
-      const auto value = static_cast<std::int16_t>(decoded_[2 * i] | decoded_[2 * i + 1] << 8);
+      const auto value = static_cast<std::int16_t>(LittleEndian16(&decoded_[2 * i]));
       block.samples[i] = static_cast<float>(value) / 32768.0f;
     }
   }

@@ -1,7 +1,8 @@
 #include "sound/byte_source.h"
 
+#include "base/StdFile.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -52,14 +53,9 @@ class MemorySource final : public SizedSource {
   const char* data_;
 };
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 class FileSource final : public SizedSource {
  public:
-  FileSource(File file, std::int64_t size) : SizedSource(size), file_(std::move(file)) {}
+  FileSource(StdFile file, std::int64_t size) : SizedSource(size), file_(std::move(file)) {}
 
  private:
   std::size_t ReadHere(void* to, std::size_t size) override {
@@ -69,7 +65,7 @@ class FileSource final : public SizedSource {
     return got;
   }
 
-  File file_;
+  StdFile file_;
   std::int64_t at_ = -1;  // of the file itself
 };
 
@@ -94,7 +90,7 @@ std::unique_ptr<ByteSource> OpenMemory(const void* data, std::size_t size) {
 }
 
 std::unique_ptr<ByteSource> OpenFile(const char* name) {
-  File file(std::fopen(name, "rb"));
+  StdFile file(std::fopen(name, "rb"));
   if (!file || fseeko64(file.get(), 0, SEEK_END) != 0) return nullptr;
   const std::int64_t size = ftello64(file.get());
   if (size < 0) return nullptr;

@@ -1,6 +1,7 @@
 // Samples as they stand in a WAVE file: whole numbers of 8 to 32 bits, floating
 // point, and the two laws of telephony. Portable.
 
+#include "base/LittleEndian.h"
 #include "sound/decoders.h"
 
 #include <array>
@@ -17,21 +18,20 @@ using Sample = const std::uint8_t*;
 
 float FromU8(Sample s) { return static_cast<float>(s[0] - 128) / 128.0f; }
 float FromS16(Sample s) {
-  return static_cast<float>(static_cast<std::int16_t>(s[0] | s[1] << 8)) / 32768.0f;
+  return static_cast<float>(static_cast<std::int16_t>(LittleEndian16(s))) / 32768.0f;
 }
 // The highest byte carries the sign.
 float FromS24(Sample s) {
   return static_cast<float>(s[0] | s[1] << 8 | static_cast<std::int8_t>(s[2]) * 65536) / 8388608.0f;
 }
-std::uint32_t U32(Sample s) {
-  return static_cast<std::uint32_t>(s[0]) | static_cast<std::uint32_t>(s[1]) << 8 |
-         static_cast<std::uint32_t>(s[2]) << 16 | static_cast<std::uint32_t>(s[3]) << 24;
+float FromS32(Sample s) {
+  return static_cast<float>(static_cast<std::int32_t>(LittleEndian32(s))) / 2147483648.0f;
 }
-float FromS32(Sample s) { return static_cast<float>(static_cast<std::int32_t>(U32(s))) / 2147483648.0f; }
 
-float FromF32(Sample s) { return std::bit_cast<float>(U32(s)); }
+float FromF32(Sample s) { return std::bit_cast<float>(LittleEndian32(s)); }
 float FromF64(Sample s) {
-  const std::uint64_t bits = U32(s) | static_cast<std::uint64_t>(U32(s + 4)) << 32;
+  const std::uint64_t bits =
+      LittleEndian32(s) | static_cast<std::uint64_t>(LittleEndian32(s + 4)) << 32;
   return static_cast<float>(std::bit_cast<double>(bits));
 }
 

@@ -1,5 +1,7 @@
 #include "sound/wave_file.h"
 
+#include "base/LittleEndian.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -16,12 +18,9 @@ constexpr std::size_t kExtensibleExtra = 22;   // valid bits, channel mask, an i
 constexpr std::size_t kTagOffset = 6;          // ... begins with the tag proper
 constexpr std::uint32_t kSizeUnknown = 0xFFFFFFFF;  // written by programs that can't seek back
 
-std::uint16_t U16(const std::uint8_t* bytes) { return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8); }
-std::uint32_t U32(const std::uint8_t* bytes) {
-  return U16(bytes) | static_cast<std::uint32_t>(U16(bytes + 2)) << 16;
+bool HasName(const std::uint8_t* bytes, const char* name) {
+  return std::memcmp(bytes, name, 4) == 0;
 }
-
-bool HasName(const std::uint8_t* bytes, const char* name) { return std::memcmp(bytes, name, 4) == 0; }
 
 // The head of a chunk: its name and how many bytes follow.
 struct Chunk {
@@ -32,7 +31,7 @@ struct Chunk {
 std::optional<Chunk> ReadChunk(ByteSource& source) {
   std::uint8_t head[8];
   if (source.Read(head, sizeof head) != sizeof head) return std::nullopt;
-  return Chunk{{head[0], head[1], head[2], head[3]}, U32(head + 4)};
+  return Chunk{{head[0], head[1], head[2], head[3]}, LittleEndian32(head + 4)};
 }
 
 std::vector<std::uint8_t> ReadBytes(ByteSource& source, std::size_t size) {
@@ -48,21 +47,23 @@ bool ReadHead(ByteSource& source) {
 }
 
 bool ReadFormat(ByteSource& source, std::uint32_t size, WaveFile& wave) {
-  const std::vector<std::uint8_t> bytes = ReadBytes(source, std::min<std::size_t>(size, kLargestFormat));
+  const std::vector<std::uint8_t> bytes =
+      ReadBytes(source, std::min<std::size_t>(size, kLargestFormat));
   if (bytes.size() < kFormatSize) return false;
-  wave.tag = U16(&bytes[0]);
-  wave.channels = U16(&bytes[2]);
-  const std::uint32_t rate = U32(&bytes[4]);
+  wave.tag = LittleEndian16(&bytes[0]);
+  wave.channels = LittleEndian16(&bytes[2]);
+  const std::uint32_t rate = LittleEndian32(&bytes[4]);
   wave.rate = rate > 0x7FFFFFFF ? 0 : static_cast<int>(rate);
-  wave.byteRate = U32(&bytes[8]);
-  wave.blockAlign = U16(&bytes[12]);
-  wave.bits = U16(&bytes[14]);
+  wave.byteRate = LittleEndian32(&bytes[8]);
+  wave.blockAlign = LittleEndian16(&bytes[12]);
+  wave.bits = LittleEndian16(&bytes[14]);
   const std::size_t extraStart = kFormatSize + 2;
   if (bytes.size() > extraStart) {
-    const std::size_t told = U16(&bytes[kFormatSize]);
+    const std::size_t told = LittleEndian16(&bytes[kFormatSize]);
     const std::size_t there = bytes.size() - extraStart;
-    wave.extra.assign(bytes.begin() + extraStart,
-                      bytes.begin() + static_cast<std::ptrdiff_t>(extraStart + std::min(told, there)));
+    wave.extra.assign(
+        bytes.begin() + extraStart,
+        bytes.begin() + static_cast<std::ptrdiff_t>(extraStart + std::min(told, there)));
   }
   return true;
 }
@@ -70,13 +71,14 @@ bool ReadFormat(ByteSource& source, std::uint32_t size, WaveFile& wave) {
 bool ResolveExtensible(WaveFile& wave) {
   if (wave.tag != kWaveExtensible) return true;
   if (wave.extra.size() < kExtensibleExtra) return false;
-  wave.tag = U16(&wave.extra[kTagOffset]);
+  wave.tag = LittleEndian16(&wave.extra[kTagOffset]);
   wave.extra.clear();
   return true;
 }
 
 bool IsSensible(const WaveFile& wave) {
-  return wave.channels >= 1 && wave.channels <= kMostChannels && wave.rate > 0 && wave.blockAlign > 0;
+  return wave.channels >= 1 && wave.channels <= kMostChannels && wave.rate > 0 &&
+         wave.blockAlign > 0;
 }
 
 // The samples go up to the end of the chunk or of the file, in whole blocks.
@@ -103,7 +105,7 @@ std::optional<WaveFile> ReadWaveFile(ByteSource& source) {
       hasFormat = true;
     } else if (HasName(name, "fact")) {
       const std::vector<std::uint8_t> count = ReadBytes(source, 4);
-      if (count.size() == 4) wave.sampleCount = U32(count.data());
+      if (count.size() == 4) wave.sampleCount = LittleEndian32(count.data());
     } else if (HasName(name, "data") && hasFormat) {
       if (!IsSensible(wave)) return std::nullopt;
       PlaceData(source, chunk->size, wave);

@@ -3,7 +3,7 @@
 #include "app/OsVersion.h"
 #include "base/FileUtilities.h"
 #include "base/FindNoCase.h"
-#include "base/win_owned.h"
+#include "base/RegistryKey.h"
 
 #include <aclapi.h>
 #include <array>
@@ -21,10 +21,7 @@ constexpr std::size_t kLongestValueName = 16383;
 constexpr char kDataFolder[] = "\\Tarnwick\\Velmora2";
 
 RegKey CreateMachineKey(const std::string& path) {
-  HKEY key = nullptr;
-  const LONG status = RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0,
-                                      kWriteAccess, nullptr, &key, nullptr);
-  return RegKey(status == ERROR_SUCCESS ? key : nullptr);
+  return CreateRegistryKey(HKEY_LOCAL_MACHINE, path.c_str(), kWriteAccess);
 }
 
 void OpenSecurity(HKEY key) {
@@ -76,10 +73,9 @@ void RegisterAppDataFolder(const char* path, const char* key, const char* subKey
 }
 
 void RemoveAppDataFolders(const char* key) {
-  HKEY opened = nullptr;
-  if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, key, 0, kReadWriteAccess, &opened) != ERROR_SUCCESS) return;
   {
-    const RegKey list(opened);
+    const RegKey list = OpenRegistryKey(HKEY_LOCAL_MACHINE, key, kReadWriteAccess);
+    if (!list) return;
     std::string name(kLongestValueName + 1, '\0');
     for (DWORD index = 0;; ++index) {
       std::array<char, kFolderBufferSize + 1> folder{};

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include "base/AnsiText.h"
 #include "base/FindNoCase.h"
 #include "settings/Session.h"
 
@@ -66,22 +67,6 @@ void ReadSwitch(const char* text, StartRequest& request) {
   }
 }
 
-std::wstring Wide(const char* text) {
-  const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
-  std::wstring wide(length > 0 ? static_cast<std::size_t>(length) : 1, L'\0');
-  MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), length);
-  wide.resize(wide.size() - 1);
-  return wide;
-}
-
-std::string Narrow(const wchar_t* text) {
-  const int length = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  std::string narrow(length > 0 ? static_cast<std::size_t>(length) : 1, '\0');
-  WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.data(), length, nullptr, nullptr);
-  narrow.resize(narrow.size() - 1);
-  return narrow;
-}
-
 }  // namespace
 
 StartRequest ParseCommandLine(const char* commandLine) {
@@ -102,10 +87,10 @@ std::optional<std::string> GetCommandLineOption(const char* name) {
   int count = 0;
   wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
   if (!arguments) return std::nullopt;
-  const std::wstring wanted = Wide(name);
+  const std::wstring wanted = WideFromAnsi(name);
   std::optional<std::string> found;
   for (int index = 0; index + 1 < count && !found; ++index)
-    if (FindNoCase(arguments[index], wanted.c_str())) found = Narrow(arguments[index + 1]);
+    if (FindNoCase(arguments[index], wanted.c_str())) found = AnsiFromWide(arguments[index + 1]);
   LocalFree(arguments);
   return found;
 }

@@ -4,6 +4,7 @@
 #include "base/Logger.h"
 #include "base/win_owned.h"
 #include "graphics/FixedPipeline.h"
+#include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
@@ -76,8 +77,7 @@ void ReadTextureLimit() {
 
 // The mode that was set may be another than the requested one.
 void ReadColourDepth() {
-  DDSURFACEDESC2 screen{};
-  screen.dwSize = sizeof screen;
+  DDSURFACEDESC2 screen = EmptyDescription();
   if (FAILED(gGraphicsLayer->GetPrimary()->GetSurfaceDesc(&screen))) return;
   RequestedMode.bits = static_cast<std::int32_t>(screen.ddpfPixelFormat.dwRGBBitCount);
 }
@@ -138,10 +138,7 @@ void WaitForFrame() {
   IDirectDrawSurface7* backBuffer = gGraphicsLayer->GetBackBuffer();
   HDC dc = nullptr;
   if (SUCCEEDED(backBuffer->GetDC(&dc))) backBuffer->ReleaseDC(dc);
-  DDSURFACEDESC2 description{};
-  description.dwSize = sizeof description;
-  if (SUCCEEDED(backBuffer->Lock(nullptr, &description, DDLOCK_WAIT, nullptr)))
-    backBuffer->Unlock(nullptr);
+  const LockedSurface finished(backBuffer);
 }
 
 void ShowFrame(std::int32_t dt) {

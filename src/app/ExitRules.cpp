@@ -1,21 +1,13 @@
 #include "app/ExitRules.h"
 
+#include "app/OsVersion.h"
 #include "base/win_owned.h"
 
 #include <cstdlib>
 
-namespace {
-
-bool IsWindowsNT() {
-  OSVERSIONINFOA version{};
-  version.dwOSVersionInfoSize = sizeof version;
-  return GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT;
-}
-
-}  // namespace
-
 bool MouseLeftThreshold(POINT cursor, POINT reference, std::int32_t threshold) {
-  return std::abs(cursor.x - reference.x) > threshold || std::abs(cursor.y - reference.y) > threshold;
+  return std::abs(cursor.x - reference.x) > threshold ||
+         std::abs(cursor.y - reference.y) > threshold;
 }
 
 KeyAction ActionOfKey(WPARAM key) {

@@ -1,12 +1,13 @@
 #include "app/Integrity.h"
 
 #include "base/Crc32.h"
+#include "base/LittleEndian.h"
+#include "base/StdFile.h"
 #include "base/win.h"
 #include "settings/Session.h"
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <string>
 
@@ -15,20 +16,12 @@ namespace {
 constexpr std::size_t kWordCount = 8;  // whatever follows them is ignored
 using Words = std::array<std::uint32_t, kWordCount>;
 
-std::uint32_t LittleEndian(const unsigned char* bytes) {
-  return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8 |
-         static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
-
 std::optional<Words> ReadWords(const std::string& path) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) return std::nullopt;
+  const StdFile file(std::fopen(path.c_str(), "rb"));
   unsigned char bytes[kWordCount][4];
-  const bool whole = std::fread(bytes, 4, kWordCount, file) == kWordCount;
-  std::fclose(file);
-  if (!whole) return std::nullopt;
+  if (!file || std::fread(bytes, 4, kWordCount, file.get()) != kWordCount) return std::nullopt;
   Words words{};
-  for (std::size_t n = 0; n < kWordCount; ++n) words[n] = LittleEndian(bytes[n]);
+  for (std::size_t n = 0; n < kWordCount; ++n) words[n] = LittleEndian32(bytes[n]);
   return words;
 }
 

@@ -46,6 +46,8 @@ std::int32_t GetOSVersionCode() {
   return ClassifyOSVersion(version.dwPlatformId, version.dwMajorVersion, version.dwMinorVersion);
 }
 
+bool IsWindowsNT() { return AskVersion().dwPlatformId == VER_PLATFORM_WIN32_NT; }
+
 bool IsWindowsNT5OrLater(bool* isPlainWin95) {
   const OSVERSIONINFOA version = AskVersion();
   const bool nt5 = version.dwPlatformId == VER_PLATFORM_WIN32_NT && version.dwMajorVersion >= 5;

@@ -2,7 +2,7 @@
 #include "app/Wallpaper.h"
 
 #include "base/Logger.h"
-#include "base/win_owned.h"
+#include "base/RegistryKey.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
 #include "slideshow/Slideshow.h"
@@ -13,11 +13,8 @@ constexpr char kDesktopKey[] = "Control Panel\\Desktop";
 
 // One digit, stored with its terminator.
 void WriteDesktopValue(const char* name, const char (&digit)[2]) {
-  HKEY opened = nullptr;
-  if (RegCreateKeyExA(HKEY_CURRENT_USER, kDesktopKey, 0, nullptr, 0, KEY_WRITE, nullptr, &opened,
-                      nullptr) != ERROR_SUCCESS)
-    return;
-  const RegKey key(opened);
+  const RegKey key = CreateRegistryKey(HKEY_CURRENT_USER, kDesktopKey, KEY_WRITE);
+  if (!key) return;
   RegSetValueExA(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(digit), sizeof digit);
 }
 

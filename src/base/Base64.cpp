@@ -64,6 +64,11 @@ std::size_t EncodeEnd(char* output, Base64State& state) {
   return static_cast<std::size_t>(to - output);
 }
 
+std::uint64_t EncodedSize(std::uint64_t bytes) {
+  const std::uint64_t fullLines = bytes / 3 / kGroupsPerLine;
+  return (bytes + 2) / 3 * 4 + fullLines + 1;
+}
+
 void EncodeStream(Base64State& state, std::istream& input, std::ostream& output) {
   InitState(state);
   const auto blockSize = static_cast<std::size_t>(std::max(state.blockSize, 1));

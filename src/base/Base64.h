@@ -34,5 +34,8 @@ std::size_t EncodeBlock(const unsigned char* input, std::size_t length, char* ou
 // empty.
 std::size_t EncodeEnd(char* output, Base64State& state);
 
+// Characters that `bytes` bytes become, line feeds and all.
+std::uint64_t EncodedSize(std::uint64_t bytes);
+
 // Encodes all of `input`, an open binary stream.
 void EncodeStream(Base64State& state, std::istream& input, std::ostream& output);

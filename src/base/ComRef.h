@@ -1,6 +1,6 @@
 #pragma once
 // Owner of one reference to a COM object, for those that live within one
-// function or class.
+// function or class; and the release of a reference in a plain pointer.
 
 #include <utility>
 
@@ -36,3 +36,10 @@ class ComRef {
  private:
   T* object_ = nullptr;
 };
+
+// Releases what `pointer` points at, if anything. It is null already while that
+// happens.
+template <class T>
+void SafeRelease(T*& pointer) {
+  if (T* old = std::exchange(pointer, nullptr)) old->Release();
+}

@@ -40,17 +40,16 @@ void AddByPointer(const unsigned char* bytes, std::size_t size, std::uint32_t& v
   value = running;
 }
 
-inline void Unmap(const void* view) { UnmapViewOfFile(view); }
+void Unmap(const void* view) { UnmapViewOfFile(view); }
 using View = Owned<const void*, Unmap>;
 
 // Null if it can't be opened.
 KernelHandle Open(const char* fileName) {
-  const HANDLE file = CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_SEQUENTIAL_SCAN | FILE_ATTRIBUTE_READONLY |
-                                      FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
-                                      FILE_ATTRIBUTE_ARCHIVE,
-                                  nullptr);
-  return KernelHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+  return OwnFile(CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                             FILE_FLAG_SEQUENTIAL_SCAN | FILE_ATTRIBUTE_READONLY |
+                                 FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                                 FILE_ATTRIBUTE_ARCHIVE,
+                             nullptr));
 }
 
 using Add = void (*)(const unsigned char* bytes, std::size_t size, std::uint32_t& value);

@@ -1,19 +1,14 @@
 #include "base/FileUtilities.h"
 
+#include "base/StdFile.h"
 #include "base/win_owned.h"
 
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <string>
 
 namespace {
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
 // A name in `folder` that no readable file has; empty if all are taken.
 std::string FreeName(const char* folder) {
@@ -31,9 +26,6 @@ bool WriteWhole(const std::string& path, const std::string& text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
   return std::fclose(file) == 0 && written;
 }
-
-inline void CloseFind(HANDLE h) { FindClose(h); }
-using FindHandle = Owned<HANDLE, CloseFind>;
 
 bool IsDotEntry(const char* name) { return !std::strcmp(name, ".") || !std::strcmp(name, ".."); }
 
@@ -57,7 +49,7 @@ void DeleteEntry(const std::string& path, DWORD attributes) {
 
 }  // namespace
 
-bool FileExists(const char* path) { return path && File(std::fopen(path, "rb")); }
+bool FileExists(const char* path) { return path && StdFile(std::fopen(path, "rb")); }
 
 bool PathExists(const char* path) { return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }
 
@@ -90,7 +82,7 @@ int DeleteFolderContents(const char* folder) {
   WIN32_FIND_DATAA entry{};
   const HANDLE first = FindFirstFileA((base + "*.*").c_str(), &entry);
   if (first == INVALID_HANDLE_VALUE) return 0;
-  const FindHandle search(first);
+  const FileSearch search(first);
   do {
     if (!IsDotEntry(entry.cFileName)) DeleteEntry(base + entry.cFileName, entry.dwFileAttributes);
   } while (FindNextFileA(search.get(), &entry));

@@ -26,7 +26,9 @@ const Char* Search(const Char* haystack, const Char* needle) {
 
 }  // namespace
 
-const char* FindNoCase(const char* haystack, const char* needle) { return Search(haystack, needle); }
+const char* FindNoCase(const char* haystack, const char* needle) {
+  return Search(haystack, needle);
+}
 
 const wchar_t* FindNoCase(const wchar_t* haystack, const wchar_t* needle) {
   return Search(haystack, needle);

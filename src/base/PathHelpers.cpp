@@ -30,7 +30,8 @@ PathParts Split(const char* path) {
   if (lastSlash && lastSlash + 1 > file) file = lastSlash + 1;
   const char* dot = std::strrchr(file, '.');
   const std::size_t nameLength = dot ? static_cast<std::size_t>(dot - file) : std::strlen(file);
-  if (nameLength >= sizeof parts.name || (dot && std::strlen(dot) >= sizeof parts.ext)) return parts;
+  if (nameLength >= sizeof parts.name || (dot && std::strlen(dot) >= sizeof parts.ext))
+    return parts;
   _splitpath(file, nullptr, nullptr, parts.name, parts.ext);
   return parts;
 }

@@ -41,6 +41,8 @@ inline void Dc(HDC h) { DeleteDC(h); }
 inline void Bitmap(HBITMAP h) { DeleteObject(h); }
 inline void Font(HFONT h) { DeleteObject(h); }
 inline void Brush(HBRUSH h) { DeleteObject(h); }
+inline void Pen(HPEN h) { DeleteObject(h); }
+inline void Search(HANDLE h) { FindClose(h); }
 }  // namespace closers
 
 using KernelHandle = Owned<HANDLE, closers::Kernel>;
@@ -50,6 +52,44 @@ using MemDc = Owned<HDC, closers::Dc>;
 using GdiBitmap = Owned<HBITMAP, closers::Bitmap>;
 using GdiFont = Owned<HFONT, closers::Font>;
 using GdiBrush = Owned<HBRUSH, closers::Brush>;
+using GdiPen = Owned<HPEN, closers::Pen>;
+using FileSearch = Owned<HANDLE, closers::Search>;  // of FindFirstFile
+
+// Owns what CreateFile and its like have given, whose failure isn't null.
+inline KernelHandle OwnFile(HANDLE file) {
+  return KernelHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
+
+// A GDI object selected for the length of one scope.
+class SelectGuard {
+ public:
+  SelectGuard(HDC dc, HGDIOBJ object) : dc_(dc), former_(SelectObject(dc, object)) {}
+  ~SelectGuard() { SelectObject(dc_, former_); }
+  SelectGuard(const SelectGuard&) = delete;
+  SelectGuard& operator=(const SelectGuard&) = delete;
+
+ private:
+  HDC dc_;
+  HGDIOBJ former_;
+};
+
+// The context of a window's client area, or of the screen for a null window, for
+// the length of one scope.
+class ClientDc {
+ public:
+  explicit ClientDc(HWND window) : window_(window), dc_(GetDC(window)) {}
+  ~ClientDc() {
+    if (dc_) ReleaseDC(window_, dc_);
+  }
+  ClientDc(const ClientDc&) = delete;
+  ClientDc& operator=(const ClientDc&) = delete;
+
+  HDC get() const { return dc_; }  // null if the system has none to give
+
+ private:
+  HWND window_;
+  HDC dc_;
+};
 
 // An entry point of a loaded library, or null.
 template <class Function>

@@ -7,7 +7,8 @@ namespace {
 // Takes little-endian fields from the front of a record.
 class RecordReader {
  public:
-  RecordReader(const unsigned char* bytes, std::size_t size) : at_(bytes), left_(bytes ? size : 0) {}
+  RecordReader(const unsigned char* bytes, std::size_t size)
+      : at_(bytes), left_(bytes ? size : 0) {}
 
   std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
   std::uint16_t U16() { return static_cast<std::uint16_t>(Number(2)); }

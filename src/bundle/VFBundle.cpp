@@ -5,6 +5,7 @@
 #include "bundle/VFBundle.h"
 
 #include "base/FindNoCase.h"
+#include "base/LittleEndian.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -24,7 +25,8 @@ constexpr std::size_t kNumbersSize = 8;  // offset and size of a member
 // An open descriptor, closed at the end of its scope.
 class InputFile {
  public:
-  InputFile(const char* path, int accessHint) : fd_(_open(path, _O_RDONLY | _O_BINARY | accessHint)) {}
+  InputFile(const char* path, int accessHint)
+      : fd_(_open(path, _O_RDONLY | _O_BINARY | accessHint)) {}
   ~InputFile() {
     if (fd_ != -1) _close(fd_);
   }
@@ -32,7 +34,9 @@ class InputFile {
   InputFile& operator=(const InputFile&) = delete;
 
   bool IsOpen() const { return fd_ != -1; }
-  std::int64_t Seek(std::int64_t offset, int origin) const { return _lseeki64(fd_, offset, origin); }
+  std::int64_t Seek(std::int64_t offset, int origin) const {
+    return _lseeki64(fd_, offset, origin);
+  }
   bool ReadExactly(unsigned char* to, std::uint32_t size) const {
     // One call returns at most INT_MAX bytes.
     constexpr std::uint32_t kMostAtOnce = 1u << 30;
@@ -49,11 +53,6 @@ class InputFile {
  private:
   int fd_;
 };
-
-std::uint32_t LittleEndian32(const unsigned char* bytes) {
-  return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-         static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
 
 // A directory as it stands in the file; no bytes if it can't be read.
 struct Directory {

@@ -10,3 +10,11 @@
 #define DIRECT3D_VERSION 0x0700
 #include <ddraw.h>
 #include <d3d.h>
+
+// Ready to be filled, or to be filled in by the system.
+inline DDSURFACEDESC2 EmptyDescription() {
+  DDSURFACEDESC2 description{};
+  static_assert(sizeof description == 124);
+  description.dwSize = sizeof description;
+  return description;
+}

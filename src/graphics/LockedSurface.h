@@ -9,7 +9,6 @@ class LockedSurface {
  public:
   // `surface` must outlive the lock.
   explicit LockedSurface(IDirectDrawSurface7* surface) : surface_(surface) {
-    description_.dwSize = sizeof description_;
     locked_ = SUCCEEDED(surface->Lock(nullptr, &description_, DDLOCK_WAIT, nullptr));
   }
   ~LockedSurface() {
@@ -28,6 +27,6 @@ class LockedSurface {
 
  private:
   IDirectDrawSurface7* surface_;
-  DDSURFACEDESC2 description_{};
+  DDSURFACEDESC2 description_ = EmptyDescription();
   bool locked_ = false;
 };

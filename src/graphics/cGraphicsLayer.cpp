@@ -20,13 +20,6 @@ constexpr DWORD kLeastDepthBits = 15;
 constexpr DWORD kDeepDepthBits = 24;
 constexpr DWORD kDeepStencilBits = 8;
 
-DDSURFACEDESC2 EmptyDescription() {
-  DDSURFACEDESC2 description{};
-  static_assert(sizeof description == 124);
-  description.dwSize = sizeof description;
-  return description;
-}
-
 bool UsesZBuffer(std::uint32_t flags) {
   return (flags & (cGraphicsLayer::kZBuffer | cGraphicsLayer::kDeepZBuffer)) != 0;
 }
@@ -139,8 +132,9 @@ void cGraphicsLayer::Require(HRESULT result, const char* errorText) {
 }
 
 void cGraphicsLayer::CreateDDraw(GUID* driverGuid, const char* errorText) {
-  Require(DirectDrawCreateEx(driverGuid, reinterpret_cast<void**>(&ddraw), IID_IDirectDraw7, nullptr),
-          errorText);
+  Require(
+      DirectDrawCreateEx(driverGuid, reinterpret_cast<void**>(&ddraw), IID_IDirectDraw7, nullptr),
+      errorText);
 }
 
 // --- Full screen ---

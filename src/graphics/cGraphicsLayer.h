@@ -140,15 +140,9 @@ class cGraphicsLayer {
 // Whether a z-buffer of that format is what `flags` ask for.
 bool ZFormatFits(const DDPIXELFORMAT& format, std::uint32_t flags);
 
-template <class Interface>
-void SafeRelease(Interface*& pointer) {
-  if (pointer) pointer->Release();
-  pointer = nullptr;
-}
-
 void ReportReferencesLeft(ULONG count);
 
-// The same for the last reference: says so if it wasn't the last one.
+// SafeRelease for the last reference: says so if it wasn't the last one.
 template <class Interface>
 void ExtraSafeRelease(Interface*& pointer) {
   if (pointer) ReportReferencesLeft(pointer->Release());

@@ -1,5 +1,6 @@
 #include "graphics/cTexture.h"
 
+#include "base/StdFile.h"
 #include "graphics/LockedSurface.h"
 #include "graphics/MipMaps.h"
 #include "graphics/cGameError.h"
@@ -9,7 +10,6 @@
 #include <bit>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 std::vector<DDPIXELFORMAT> TextureFormats;
@@ -63,13 +63,6 @@ DDPIXELFORMAT Rgb565() {
   return format;
 }
 
-DDSURFACEDESC2 EmptyDescription() {
-  DDSURFACEDESC2 description{};
-  static_assert(sizeof description == 124);
-  description.dwSize = sizeof description;
-  return description;
-}
-
 void WithoutMipMaps(DDSURFACEDESC2& description) {
   description.dwFlags &= ~static_cast<DWORD>(DDSD_MIPMAPCOUNT);
   description.ddsCaps.dwCaps &= ~kMipCaps;
@@ -84,11 +77,6 @@ ComRef<IDirectDrawSurface7> NextLevel(IDirectDrawSurface7* level) {
   if (FAILED(level->GetAttachedSurface(&caps, next.put()))) return {};
   return next;
 }
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 void ReadExactly(std::FILE* file, void* to, std::size_t size) {
   if (std::fread(to, 1, size, file) != size) throw cGameError("Bad DDS file\n");
@@ -269,7 +257,7 @@ void ShrinkLevel(IDirectDrawSurface7* source, IDirectDrawSurface7* target) {
 ComRef<IDirectDrawSurface7> cTexture::ReadDDS(std::int32_t newStage, const char* fileName) {
   name = fileName;
   stage = newStage;
-  const File file(std::fopen(fileName, "rb"));
+  const StdFile file(std::fopen(fileName, "rb"));
   if (!file) throw cGameError("Couldn't find DDS file");
   std::uint32_t magic = 0;
   ReadExactly(file.get(), &magic, sizeof magic);

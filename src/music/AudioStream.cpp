@@ -1,5 +1,6 @@
 #include "music/AudioStream.h"
 
+#include "base/AnsiText.h"
 #include "base/ComRef.h"
 
 #include <cmath>
@@ -40,11 +41,6 @@ class Locked {
 };
 
 template <class T>
-void ReleaseAndForget(T*& object) {
-  if (T* old = std::exchange(object, nullptr)) old->Release();
-}
-
-template <class T>
 HRESULT Create(const GUID& which, const IID& iid, T** object) {
   return CoCreateInstance(which, nullptr, kInProcess, iid, reinterpret_cast<void**>(object));
 }
@@ -69,12 +65,6 @@ class Variant {
  private:
   VARIANT value_{};
 };
-
-std::string ToAnsi(const wchar_t* text) {
-  char ansi[1024] = "";
-  if (!WideCharToMultiByte(CP_ACP, 0, text, -1, ansi, sizeof ansi, nullptr, nullptr)) return {};
-  return ansi;
-}
 
 }  // namespace
 
@@ -237,17 +227,17 @@ void AudioStream::TakeVolume() {
 void AudioStream::Close() {
   DestroyNotifyWindow();
   if (mediaControl) mediaControl->Stop();
-  ReleaseAndForget(rendererFilter);
-  ReleaseAndForget(outputPin);
-  ReleaseAndForget(inputPin);
-  ReleaseAndForget(sourceFilter);
-  ReleaseAndForget(fileSource);
-  ReleaseAndForget(graph);
-  ReleaseAndForget(mediaControl);
+  SafeRelease(rendererFilter);
+  SafeRelease(outputPin);
+  SafeRelease(inputPin);
+  SafeRelease(sourceFilter);
+  SafeRelease(fileSource);
+  SafeRelease(graph);
+  SafeRelease(mediaControl);
   if (mediaEvent) mediaEvent->SetNotifyWindow(0, 0, 0);
-  ReleaseAndForget(mediaEvent);
+  SafeRelease(mediaEvent);
   if (basicAudio) basicAudio->put_Volume(savedVolume);
-  ReleaseAndForget(basicAudio);
+  SafeRelease(basicAudio);
   if (const Callback told = std::exchange(callback, nullptr)) told(-1, userData);
 }
 
@@ -270,14 +260,14 @@ bool AudioStream::IsDevice(IMoniker& moniker, const char* name) const {
   return SUCCEEDED(moniker.BindToStorage(nullptr, nullptr, IID_IPropertyBag,
                                          properties.put_void())) &&
          SUCCEEDED(properties->Read(L"FriendlyName", friendlyName.Get(), nullptr)) &&
-         friendlyName.Text() && ToAnsi(friendlyName.Text()) == name;
+         friendlyName.Text() && AnsiFromWide(friendlyName.Text()) == name;
 }
 
 void AudioStream::TakeDevice(IMoniker& moniker) {
   ComRef<IBaseFilter> device;
   if (FAILED(moniker.BindToObject(nullptr, nullptr, IID_IBaseFilter, device.put_void()))) return;
   if (rendererFilter) graph->RemoveFilter(rendererFilter);
-  ReleaseAndForget(rendererFilter);
+  SafeRelease(rendererFilter);
   graph->AddFilter(device.get(), L"AudioOutput");
   rendererFilter = device.release();
 }

@@ -1,5 +1,7 @@
 #include "music/Playlist.h"
 
+#include "base/StdFile.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -15,16 +17,13 @@ namespace {
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestSavePath = 260;
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 // Parts of a path, as the C run time splits it: a drive ends with its colon, a
 // folder with the last slash of either kind, an extension begins at the last
 // dot behind that.
 bool HasDrive(std::string_view path) { return path.size() > 1 && path[1] == ':'; }
-bool HasFolder(std::string_view path) { return path.find_first_of("\\/") != std::string_view::npos; }
+bool HasFolder(std::string_view path) {
+  return path.find_first_of("\\/") != std::string_view::npos;
+}
 
 std::string_view FileNameOf(std::string_view path) {
   if (HasDrive(path)) path.remove_prefix(2);
@@ -71,7 +70,9 @@ std::int32_t LengthOf(std::FILE* file) {
   return std::fseek(file, 0, SEEK_SET) == 0 ? static_cast<std::int32_t>(length) : -1;
 }
 
-void Write(std::FILE* file, std::string_view text) { std::fwrite(text.data(), 1, text.size(), file); }
+void Write(std::FILE* file, std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), file);
+}
 
 void WriteM3U(std::FILE* file, const std::string* entries, std::int32_t count) {
   Write(file, "#EXTM3U\n");
@@ -138,7 +139,7 @@ bool Playlist::MakeFullPath(const char* fileName) {
 
 // Text mode: the run time takes the CR from each pair of CR and LF.
 bool Playlist::ReadContent(const char* fileName) {
-  const File file(std::fopen(fileName, "rt"));
+  const StdFile file(std::fopen(fileName, "rt"));
   if (!file) return false;
   const std::int32_t length = LengthOf(file.get());
   if (length < 0) return false;
@@ -184,7 +185,7 @@ bool Playlist::Save(const char* fileName, std::int32_t saveFormat) const try {
   if (count == 0 || !entries || !fileName) return false;
   if (saveFormat != kPlaylistM3U && saveFormat != kPlaylistPLS) return false;
   const std::string target = SavePath(fileName);
-  const File file(std::fopen(target.c_str(), "wt"));
+  const StdFile file(std::fopen(target.c_str(), "wt"));
   if (!file) return false;
   const auto write = saveFormat == kPlaylistM3U ? WriteM3U : WritePLS;
   write(file.get(), entries, count);
@@ -208,7 +209,8 @@ void Playlist::AddEntries(const char* const* texts, std::int32_t n) try {
   for (std::int32_t i = 0; i < n; ++i)
     if (texts[i]) grown[static_cast<std::size_t>(count + i)] = texts[i];
   // Nothing fails from here on.
-  for (std::int32_t i = 0; i < count; ++i) grown[static_cast<std::size_t>(i)] = std::move(entries[i]);
+  for (std::int32_t i = 0; i < count; ++i)
+    grown[static_cast<std::size_t>(i)] = std::move(entries[i]);
   delete[] entries;
   entries = grown.release();
   count += n;

@@ -4,7 +4,7 @@
 
 #include "settings/Settings.h"
 
-#include "base/win_owned.h"
+#include "base/RegistryKey.h"
 
 #include <algorithm>
 #include <array>
@@ -97,18 +97,6 @@ constexpr FlagValue kNumberTexts[] = {
     {"DispModeBits", &SaverSettings::DispModeBits},
 };
 
-RegKey OpenKey(HKEY root, const char* path, LONG& status) {
-  HKEY key = nullptr;
-  status = RegOpenKeyExA(root, path, 0, kReadAccess, &key);
-  return RegKey(status == ERROR_SUCCESS ? key : nullptr);
-}
-
-RegKey CreateKey(HKEY root, const char* path, LONG& status) {
-  HKEY key = nullptr;
-  status = RegCreateKeyExA(root, path, 0, nullptr, 0, kWriteAccess, nullptr, &key, nullptr);
-  return RegKey(status == ERROR_SUCCESS ? key : nullptr);
-}
-
 // Reads four bytes of any type into `value`; false, with `value` unchanged, for
 // a value that is missing, longer or shorter.
 bool ReadFourBytes(HKEY key, const char* name, std::uint32_t& value, DWORD* type = nullptr) {
@@ -180,8 +168,7 @@ void ReadVideoGuid(HKEY key, GUID& guid) {
 }
 
 bool WriteOneFlag(const char* name, std::int32_t value) {
-  LONG status = ERROR_SUCCESS;
-  const RegKey key = CreateKey(HKEY_CURRENT_USER, kSettingsKey, status);
+  const RegKey key = CreateRegistryKey(HKEY_CURRENT_USER, kSettingsKey, kWriteAccess);
   if (key) WriteDword(key.get(), name, value);
   return static_cast<bool>(key);
 }
@@ -192,8 +179,7 @@ void SaverSettings::ReadGeneralRegistry() {
   PasswordDelay = 15;
   MouseThreshold = 50;
   DialogActive = 0;
-  LONG status = ERROR_SUCCESS;
-  const RegKey key = OpenKey(HKEY_LOCAL_MACHINE, kSystemSaverKey, status);
+  const RegKey key = OpenRegistryKey(HKEY_LOCAL_MACHINE, kSystemSaverKey, kReadAccess);
   if (!key) return;
   std::uint32_t bytes = 0;
   if (ReadFourBytes(key.get(), "Password Delay", bytes)) PasswordDelay = bytes;
@@ -206,7 +192,7 @@ void SaverSettings::ReadGeneralRegistry() {
 LONG SaverSettings::ReadRegistry() {
   LONG status = ERROR_SUCCESS;
   {
-    const RegKey key = OpenKey(HKEY_CURRENT_USER, kSettingsKey, status);
+    const RegKey key = OpenRegistryKey(HKEY_CURRENT_USER, kSettingsKey, kReadAccess, &status);
     if (!key) return status;
     for (const FlagValue& value : kReadFirst) ReadDword(key.get(), value.name, this->*value.field);
     for (const ByteValue& value : kCaptionStyles) {
@@ -221,14 +207,14 @@ LONG SaverSettings::ReadRegistry() {
     ReadNumberText(key.get(), "DispModeBits", DispModeBits);
     ReadText(key.get(), "CaptionFont", CaptionFont);
   }
-  const RegKey machine = OpenKey(HKEY_LOCAL_MACHINE, kMachineKey, status);
+  const RegKey machine = OpenRegistryKey(HKEY_LOCAL_MACHINE, kMachineKey, kReadAccess, &status);
   if (machine) ReadVideoGuid(machine.get(), VideoGUID);
   return status;
 }
 
 LONG SaverSettings::WriteRegistry() const {
   LONG status = ERROR_SUCCESS;
-  const RegKey key = CreateKey(HKEY_CURRENT_USER, kSettingsKey, status);
+  const RegKey key = CreateRegistryKey(HKEY_CURRENT_USER, kSettingsKey, kWriteAccess, &status);
   if (!key) return status;
   for (const FlagValue& value : kWriteFirst) WriteDword(key.get(), value.name, this->*value.field);
   for (const ByteValue& value : kCaptionStyles)
@@ -249,16 +235,14 @@ void SetCriticalError(std::int32_t value) {
 }
 
 void WriteSettingsText(const char* name, const std::string& text) {
-  LONG status = ERROR_SUCCESS;
-  const RegKey key = CreateKey(HKEY_CURRENT_USER, kSettingsKey, status);
+  const RegKey key = CreateRegistryKey(HKEY_CURRENT_USER, kSettingsKey, kWriteAccess);
   if (key)
     RegSetValueExA(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                    static_cast<DWORD>(text.size() + 1));
 }
 
 bool SetMachineBinary(const char* key, const char* name, const void* data, std::uint32_t size) {
-  LONG status = ERROR_SUCCESS;
-  const RegKey opened = CreateKey(HKEY_LOCAL_MACHINE, key, status);
+  const RegKey opened = CreateRegistryKey(HKEY_LOCAL_MACHINE, key, kWriteAccess);
   return opened && RegSetValueExA(opened.get(), name, 0, REG_BINARY,
                                   static_cast<const BYTE*>(data), size) == ERROR_SUCCESS;
 }

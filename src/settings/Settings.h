@@ -15,7 +15,8 @@ inline constexpr char kSystemSaverKey[] =
     "Software\\Microsoft\\Windows\\CurrentVersion\\Screen Savers";           // HKLM, read only
 inline constexpr char kSettingsKey[] = "Software\\Tarnwick\\TarnwickSaver\\Velmora2";  // HKCU
 inline constexpr char kMachineKey[] = "Software\\Tarnwick\\TarnwickSaver\\Velmora2";   // HKLM
-inline constexpr char kAppDataSubKey[] = "\\AppData";  // of the machine key: the users' data folders
+inline constexpr char kAppDataSubKey[] =
+    "\\AppData";  // of the machine key: the users' data folders
 
 // A flag is a 32-bit integer, 0 or not 0. Fields are named like their registry
 // values.

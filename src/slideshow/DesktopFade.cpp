@@ -1,5 +1,6 @@
 #include "slideshow/DesktopFade.h"
 
+#include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
 #include "graphics/cGraphicsLayer.h"
 #include "settings/Session.h"
@@ -29,17 +30,10 @@ std::int32_t accumulated = 0;  // ms
 float level = 0;               // 0 the desktop, 1 black
 int calls = 0;
 
-// The card finishes what it is at before GDI draws into the surface.
-void WaitForBackBuffer(IDirectDrawSurface7* backBuffer) {
-  DDSURFACEDESC2 description{};
-  description.dwSize = sizeof description;
-  if (SUCCEEDED(backBuffer->Lock(nullptr, &description, DDLOCK_WAIT, nullptr)))
-    backBuffer->Unlock(nullptr);
-}
-
 void DrawDesktop() {
   IDirectDrawSurface7* backBuffer = gGraphicsLayer->GetBackBuffer();
-  WaitForBackBuffer(backBuffer);
+  // The card finishes what it is at before GDI draws into the surface.
+  { const LockedSurface finished(backBuffer); }
   gGraphicsLayer->Clear(true, false, 0, 1.0f);
   HDC dc = nullptr;
   if (FAILED(backBuffer->GetDC(&dc))) return;

@@ -36,20 +36,6 @@ HWND MakeButton(HWND dialog, int id, const Place& place) {
                          nullptr);
 }
 
-// The format for pictures that go to the window.
-class DialogDc {
- public:
-  explicit DialogDc(HWND dialog) : dialog_(dialog), dc_(GetDC(dialog)) {}
-  ~DialogDc() { ReleaseDC(dialog_, dc_); }
-  DialogDc(const DialogDc&) = delete;
-  DialogDc& operator=(const DialogDc&) = delete;
-  HDC get() const { return dc_; }
-
- private:
-  HWND dialog_;
-  HDC dc_;
-};
-
 }  // namespace
 
 // --- Image buttons ---
@@ -216,7 +202,7 @@ LRESULT CALLBACK FastModeButtonProc(HWND hwnd, UINT message, WPARAM wParam, LPAR
 
 void CreateSkinControls(HWND hwnd) {
   toggles = std::make_unique<ToggleButtonList>();
-  const DialogDc windowDc(hwnd);
+  const ClientDc windowDc(hwnd);
   for (std::size_t n = 0; n < kButtonsBeforeToggles; ++n) CreateButton(hwnd, windowDc.get(), n);
   CreateToggles(hwnd, windowDc.get());
   for (std::size_t n = kButtonsBeforeToggles; n < kButtons.size(); ++n)
@@ -316,7 +302,7 @@ int ShownVolume() { return static_cast<int>(kLoudest - volumeSlider.GetValue() *
 
 void CreateSliderControls(HWND hwnd) {
   {
-    const DialogDc windowDc(hwnd);
+    const ClientDc windowDc(hwnd);
     LoadSliderPictures(windowDc.get());
   }
   volumeWindow = MakeButton(hwnd, IDC_MUSIC_VOLUME, kVolumePlace);

@@ -96,10 +96,9 @@ void DrawLabel(HDC dc) {
   const std::string text = std::to_string(ShownDelay()) + " sec";
   SetBkMode(dc, TRANSPARENT);
   SetTextColor(dc, kLabelColour);
-  const HGDIOBJ former = SelectObject(dc, labelFont.get());
+  const SelectGuard font(dc, labelFont.get());
   RECT place = kDelayLabel;
   DrawTextA(dc, text.c_str(), -1, &place, 0);
-  SelectObject(dc, former);
 }
 
 void OnPaint(HWND hwnd) {

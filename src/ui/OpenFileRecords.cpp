@@ -1,5 +1,6 @@
 #include "ui/OpenFileRecords.h"
 
+#include "base/AnsiText.h"
 #include "settings/Session.h"
 
 #include <array>
@@ -36,13 +37,6 @@ constexpr char kFilters[] =
 
 constexpr char kTitle[] = "Select a song or playlist";
 
-std::wstring Wide(const char* text, std::size_t length) {
-  std::wstring wide(length, L'\0');
-  MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(length), wide.data(),
-                      static_cast<int>(length));
-  return wide;
-}
-
 // The user's music folder, or the documents folder; empty if neither is known
 // or the system is too old to have one.
 std::wstring MusicFolder() {
@@ -51,8 +45,7 @@ std::wstring MusicFolder() {
   if (!SHGetSpecialFolderPathA(nullptr, folder.data(), CSIDL_MYMUSIC, FALSE) &&
       !SHGetSpecialFolderPathA(nullptr, folder.data(), CSIDL_PERSONAL, FALSE))
     return {};
-  const std::string text = folder.data();
-  return Wide(text.c_str(), text.size());
+  return WideFromAnsi(folder.data());
 }
 
 template <class Record, class Char>
@@ -76,14 +69,7 @@ void FillRecord(Record& record, HWND owner, Char* fileBuffer, const Char* title,
 
 std::string Narrow(const std::string& text) { return text; }
 
-std::string Narrow(const std::wstring& text) {
-  const int length = static_cast<int>(text.size());
-  const int room =
-      WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, nullptr, 0, nullptr, nullptr);
-  std::string narrow(static_cast<std::size_t>(room), '\0');
-  WideCharToMultiByte(CP_ACP, 0, text.c_str(), length, narrow.data(), room, nullptr, nullptr);
-  return narrow;
-}
+std::string Narrow(const std::wstring& text) { return AnsiFromWide(text); }
 
 // The text that stands at `place` of `buffer`; empty if it has no end there,
 // since a name that was cut off is no name of a file.
@@ -236,8 +222,9 @@ ChosenFiles TakeChosenFiles() {
 void PrepareOpenFileRecords(HWND owner) {
   static std::array<char, kFileBufferSize> files{};
   static std::array<wchar_t, kFileBufferSize> wideFiles{};
-  static const std::wstring wideTitle = Wide(kTitle, sizeof kTitle);
-  static const std::wstring wideFilters = Wide(kFilters, sizeof kFilters);
+  static const std::wstring wideTitle = WideFromAnsi(kTitle);
+  static const std::wstring wideFilters =
+      WideFromAnsi(std::string_view(kFilters, sizeof kFilters));
   static std::wstring folder;
   folder = MusicFolder();
   FillRecord(OpenFileRecordA, owner, files.data(), kTitle, kFilters);

@@ -12,9 +12,9 @@ constexpr std::uint64_t kMostAtOnce = 1 << 20;
 
 std::string SystemText(DWORD code) {
   wchar_t* text = nullptr;
-  const DWORD length =
-      FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-                     nullptr, code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+      nullptr, code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
   const std::string utf8 = Utf8FromWide({text, length});
   LocalFree(text);
   return std::string(Trimmed(utf8)) + " (error " + std::to_string(code) + ")";
@@ -27,10 +27,11 @@ PackError SystemFault(const std::string& path, const std::string& what) {
 }
 
 KernelHandle OpenForReading(const std::string& path) {
-  const HANDLE handle = CreateFileW(WideFromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) throw SystemFault(path, "can't be opened");
-  return KernelHandle(handle);
+  KernelHandle file =
+      OwnFile(CreateFileW(WideFromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                          OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!file) throw SystemFault(path, "can't be opened");
+  return file;
 }
 
 // Has the system delete the file when its last handle goes, however the
@@ -45,9 +46,6 @@ void SetDeleteOnClose(HANDLE file, bool doDelete) {
   if (set) set(file, kFileDispositionInfo, &disposition, sizeof disposition);
 }
 
-inline void CloseFind(HANDLE h) { FindClose(h); }
-using FindHandle = Owned<HANDLE, CloseFind>;
-
 }  // namespace
 
 InputFile::InputFile(const std::string& path) : path_(path), handle_(OpenForReading(path)) {
@@ -59,14 +57,16 @@ InputFile::InputFile(const std::string& path) : path_(path), handle_(OpenForRead
 void InputFile::SkipTo(std::uint64_t offset) {
   LARGE_INTEGER position{};
   position.QuadPart = static_cast<LONGLONG>(offset);
-  if (!SetFilePointerEx(handle_.get(), position, nullptr, FILE_BEGIN)) throw SystemFault(path_, "can't be read");
+  if (!SetFilePointerEx(handle_.get(), position, nullptr, FILE_BEGIN))
+    throw SystemFault(path_, "can't be read");
 }
 
 std::vector<unsigned char> InputFile::Read(std::uint64_t size) {
   std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
   std::size_t filled = 0;
   while (filled < bytes.size()) {
-    const auto wanted = static_cast<DWORD>(std::min<std::uint64_t>(bytes.size() - filled, kMostAtOnce));
+    const auto wanted =
+        static_cast<DWORD>(std::min<std::uint64_t>(bytes.size() - filled, kMostAtOnce));
     DWORD got = 0;
     if (!ReadFile(handle_.get(), bytes.data() + filled, wanted, &got, nullptr))
       throw SystemFault(path_, "can't be read");
@@ -92,12 +92,11 @@ StagedFile::StagedFile(const std::string& path) : path_(path), part_(path + ".pa
   const DWORD attributes = GetFileAttributesW(WideFromUtf8(path).c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_DIRECTORY)
     throw FaultOf(path, "is a folder");
-  const HANDLE handle = CreateFileW(WideFromUtf8(part_).c_str(), GENERIC_WRITE | DELETE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) throw SystemFault(part_, "can't be made");
-  handle_.reset(handle);
+  handle_ = OwnFile(CreateFileW(WideFromUtf8(part_).c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
+                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!handle_) throw SystemFault(part_, "can't be made");
   present_ = true;
-  SetDeleteOnClose(handle, true);
+  SetDeleteOnClose(handle_.get(), true);
 }
 
 StagedFile::~StagedFile() {
@@ -109,7 +108,8 @@ void StagedFile::Write(Bytes bytes) {
   while (!bytes.empty()) {
     const auto wanted = static_cast<DWORD>(std::min<std::uint64_t>(bytes.size(), kMostAtOnce));
     DWORD written = 0;
-    if (!WriteFile(handle_.get(), bytes.data(), wanted, &written, nullptr)) throw SystemFault(part_, "can't be written");
+    if (!WriteFile(handle_.get(), bytes.data(), wanted, &written, nullptr))
+      throw SystemFault(part_, "can't be written");
     if (written == 0) throw FaultOf(part_, "can't be written: the disk is full");
     bytes = bytes.subspan(written);
   }
@@ -133,7 +133,7 @@ std::vector<FolderEntry> ListFolder(const std::string& folder) {
   WIN32_FIND_DATAW data{};
   const HANDLE first = FindFirstFileW(WideFromUtf8(Joined(folder, "*")).c_str(), &data);
   if (first == INVALID_HANDLE_VALUE) throw SystemFault(folder, "the folder can't be read");
-  const FindHandle search(first);
+  const FileSearch search(first);
   std::vector<FolderEntry> entries;
   do {
     const std::string name = Utf8FromWide(data.cFileName);
@@ -166,7 +166,8 @@ bool FileExists(const std::string& path) {
 std::string FullPath(const std::string& path) {
   const std::wstring wide = WideFromUtf8(path);
   std::wstring full(GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr), L'\0');
-  full.resize(GetFullPathNameW(wide.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  full.resize(
+      GetFullPathNameW(wide.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
   while (full.size() > 3 && full.back() == L'\\') full.pop_back();
   return Utf8FromWide(full);
 }

@@ -13,9 +13,8 @@ constexpr std::uint32_t kSignature = 0x504D444D;  // "MDMP"
 constexpr std::uint32_t kMostStreams = 1000;
 
 KernelHandle OpenForReading(const std::string& path) {
-  const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return KernelHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+  return OwnFile(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                             FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool ReadAll(HANDLE file, void* to, std::uint32_t size) {

@@ -16,7 +16,7 @@ struct Starter {
 };
 
 Starter FindStarter() {
-  const KernelHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  const KernelHandle list = OwnFile(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32 entry{};
   entry.dwSize = sizeof entry;
   Starter starter;

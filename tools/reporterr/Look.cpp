@@ -28,9 +28,7 @@ GdiFont MakeFont(int height, int weight, bool underlined = false) {
 }
 
 int DotsPerInch(HWND window) {
-  const HDC dc = GetDC(window);
-  const int dots = GetDeviceCaps(dc, LOGPIXELSX);
-  ReleaseDC(window, dc);
+  const int dots = GetDeviceCaps(ClientDc(window).get(), LOGPIXELSX);
   return dots > 0 ? dots : 96;
 }
 
@@ -151,18 +149,6 @@ void ShowPixels(HDC dc, const RECT& area, const std::vector<std::uint32_t>& pixe
 
 // --- Text ---
 
-class SelectGuard {
- public:
-  SelectGuard(HDC dc, HGDIOBJ object) : dc_(dc), former_(SelectObject(dc, object)) {}
-  ~SelectGuard() { SelectObject(dc_, former_); }
-  SelectGuard(const SelectGuard&) = delete;
-  SelectGuard& operator=(const SelectGuard&) = delete;
-
- private:
-  HDC dc_;
-  HGDIOBJ former_;
-};
-
 void WriteText(HDC dc, HFONT font, COLORREF colour, RECT area, const char* text, UINT format) {
   const SelectGuard select(dc, font);
   SetTextColor(dc, colour);
@@ -271,8 +257,7 @@ void Look::PaintCheckBox(HWND box, HDC dc) const {
   Frame(dc, {0, top, side, top + side}, checked ? accent : colours::kCard,
         checked ? accent : colours::kLine, Px(4));
   if (checked) {
-    const Owned<HPEN, [](HPEN pen) { DeleteObject(pen); }> pen(
-        CreatePen(PS_SOLID, Px(2), colours::kCard));
+    const GdiPen pen(CreatePen(PS_SOLID, Px(2), colours::kCard));
     const SelectGuard select(dc, pen.get());
     const POINT tick[] = {{Px(3), top + Px(7)}, {Px(6), top + Px(10)}, {Px(11), top + Px(4)}};
     Polyline(dc, tick, 3);
@@ -295,7 +280,7 @@ void Look::Fill(HDC dc, const RECT& area, COLORREF colour) const {
 
 void Look::Frame(HDC dc, const RECT& area, COLORREF fill, COLORREF line, int corner) const {
   const GdiBrush brush(CreateSolidBrush(fill));
-  const Owned<HPEN, [](HPEN pen) { DeleteObject(pen); }> pen(CreatePen(PS_SOLID, 1, line));
+  const GdiPen pen(CreatePen(PS_SOLID, 1, line));
   const SelectGuard selectBrush(dc, brush.get());
   const SelectGuard selectPen(dc, pen.get());
   RoundRect(dc, area.left, area.top, area.right, area.bottom, corner, corner);

@@ -21,13 +21,6 @@ std::uint64_t FileSize(const std::string& path) {
   return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
 }
 
-// Four characters for three bytes, and a line feed behind every 18 groups and at
-// the end.
-std::uint64_t EncodedSize(std::uint64_t bytes) {
-  constexpr std::uint64_t kGroupsOfLine = 18;
-  return (bytes + 2) / 3 * 4 + bytes / 3 / kGroupsOfLine + 1;
-}
-
 std::string Form(const ReportContent& content) {
   return "appName=" + content.ServerName() + "&version=" + content.version +
          "&comments=" + content.comments;

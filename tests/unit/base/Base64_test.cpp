@@ -112,6 +112,11 @@ TEST(Base64, AnyLengthInAnyPiecesIsWhatTheRulesSay) {
   }
 }
 
+TEST(Base64, ItsSizeIsKnownBefore) {
+  for (std::size_t length = 0; length < 300; ++length)
+    ASSERT_EQ(EncodedSize(length), Expected(PatternBytes(length)).size()) << length;
+}
+
 TEST(Base64, StreamsAreEncodedWhole) {
   for (const std::size_t length : {0u, 1u, 53u, 54u, 4095u, 4096u, 4097u, 12288u, 50000u}) {
     const Bytes input = PatternBytes(length);

@@ -77,6 +77,15 @@ TEST(ComRef, TheOutParameterReplacesTheReference) {
   EXPECT_EQ(ref.get(), &third);
 }
 
+TEST(SafeRelease, ReleasesOnceAndLeavesNull) {
+  Counted object;
+  Counted* pointer = &object;
+  SafeRelease(pointer);
+  EXPECT_EQ(pointer, nullptr);
+  SafeRelease(pointer);
+  EXPECT_EQ(object.references, 0);
+}
+
 TEST(ComRef, IsAsBigAsAPointerAndCannotBeCopied) {
   static_assert(sizeof(Ref) == sizeof(void*));
   static_assert(!std::is_copy_constructible_v<Ref> && !std::is_copy_assignable_v<Ref>);

@@ -25,6 +25,7 @@ class Job : public cThread {
     ResumeThread(thread);
     return thread;
   }
+  bool LaunchAt(int priority) { return StartWithPriority(priority); }
   HANDLE Handle() const { return handle; }
   DWORD Id() const { return threadId; }
   std::uint32_t TimeOut() const { return timeout; }
@@ -222,6 +223,26 @@ bool IsFreeForOthers(HANDLE mutex) {
   });
   ExitCodeOf(other.Launch());
   return isFree;
+}
+
+TEST(cThread, ItsPriorityStandsBeforeItRuns) {
+  std::atomic<int> seen = 99;
+  Job job([&](Job&) {
+    seen = GetThreadPriority(GetCurrentThread());
+    return 5u;
+  });
+  EXPECT_TRUE(job.LaunchAt(THREAD_PRIORITY_BELOW_NORMAL));
+  EXPECT_EQ(ExitCodeOf(job.Handle()), 5u);
+  EXPECT_EQ(seen, THREAD_PRIORITY_BELOW_NORMAL);
+}
+
+TEST(cThread, TellsIfItCouldNotBeMade) {
+  HOOK_IMPORT(none, "kernel32.dll", CreateThread,
+              [](LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
+                 LPDWORD) -> HANDLE { return nullptr; });
+  Job job;
+  EXPECT_FALSE(job.LaunchAt(THREAD_PRIORITY_NORMAL));
+  EXPECT_FALSE(job.IsRunning());
 }
 
 TEST(cMonitor, StartsOutFree) {

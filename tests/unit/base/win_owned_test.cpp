@@ -106,6 +106,23 @@ TEST(MakeCanvas, FailsWithoutALeakIfThereIsNoBitmap) {
   EXPECT_EQ(gauge.Leaked(), 0);
 }
 
+TEST(OwnFile, AFailureIsNull) {
+  EXPECT_FALSE(OwnFile(INVALID_HANDLE_VALUE));
+  EXPECT_FALSE(OwnFile(nullptr));
+  EXPECT_TRUE(OwnFile(CreateFileA("NUL", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+}
+
+TEST(SelectGuard, BringsBackWhatWasSelected) {
+  const MemDc dc(CreateCompatibleDC(nullptr));
+  const HGDIOBJ before = GetCurrentObject(dc.get(), OBJ_BRUSH);
+  const GdiBrush brush(CreateSolidBrush(RGB(1, 2, 3)));
+  {
+    const SelectGuard selected(dc.get(), brush.get());
+    EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BRUSH), brush.get());
+  }
+  EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BRUSH), before);
+}
+
 TEST(ProcAddress, IsNullForAMissingEntry) {
   const HMODULE kernel = GetModuleHandleA("kernel32.dll");
   EXPECT_NE(ProcAddress<decltype(&GetTickCount)>(kernel, "GetTickCount"), nullptr);
