@@ -49,9 +49,16 @@ bool CCheckForUpdateThread::Start(const char* newHost, const char* newPath, cons
   job = std::make_shared<RequestJob>(host.Text(), path.Text(), BodyOf(version), window,
                                      messageNumber);
   if (StartWithPriority(THREAD_PRIORITY_NORMAL)) return true;
+  const DWORD error = GetLastError();
   job.reset();  // nobody has begun it
-  return false;
+  return FailToStart(error);
 } catch (const std::bad_alloc&) {
+  return FailToStart(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+bool CCheckForUpdateThread::FailToStart(std::uint32_t error) {
+  failed = true;
+  SayUnableToQuery(error);
   return false;
 }
 

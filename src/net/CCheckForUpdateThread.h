@@ -25,7 +25,7 @@ class CCheckForUpdateThread : public cThread {
   // Sends the question. `message` goes to `window` by SendMessageA when the
   // outcome stands; the getters are for after that. An earlier check is stopped
   // first. False if there is no thread or no memory to be had: then no message
-  // comes.
+  // comes, and GetMessage says so at once.
   bool Start(const char* host, const char* path, const char* version, const char* title,
              HWND window, std::uint32_t message);
 
@@ -52,6 +52,7 @@ class CCheckForUpdateThread : public cThread {
   SimpleString link;
 
  private:
+  bool FailToStart(std::uint32_t error);
   void TakeOutcome(const char* text, std::uint32_t error);
   void ParseReply();
   void SayUnableToQuery(std::uint32_t code);

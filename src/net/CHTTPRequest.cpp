@@ -28,7 +28,7 @@ struct CHTTPRequest::Arguments {
 const char* CHTTPRequest::Send(const char* host, const char* path, const char* verb,
                                const void* data, std::uint32_t dataLength, const char* user,
                                const void*, const char* agent, const char* headers,
-                               const char* httpVersion) {
+                               const char* httpVersion) try {
   lastError = 0;
   stage = kStageNothing;
   if (!host || !path || !verb || !data) return nullptr;
@@ -47,6 +47,9 @@ const char* CHTTPRequest::Send(const char* host, const char* path, const char* v
   stage = lastError > 0 ? kStageCutShort : kStageDone;
   reply.Assign(text.c_str());
   return reply.Text();
+} catch (const std::bad_alloc&) {
+  Fail(ERROR_NOT_ENOUGH_MEMORY);
+  return nullptr;
 }
 
 bool CHTTPRequest::Fail(DWORD error) {
@@ -58,10 +61,9 @@ bool CHTTPRequest::Fail(DWORD error) {
 bool CHTTPRequest::ReachHost(const Arguments& arguments) {
   if (InternetAttemptConnect(0) != ERROR_SUCCESS) return false;
   stage = kStageOnline;
-  SimpleString address(FindNoCase(arguments.host, "http://") ? "" : "http://");
-  address.Append(arguments.host);
-  address.Append(arguments.path);
-  if (!InternetCheckConnectionA(address.Text(), FLAG_ICC_FORCE_CONNECTION, 0))
+  std::string address = FindNoCase(arguments.host, "http://") ? "" : "http://";
+  address.append(arguments.host).append(arguments.path);
+  if (!InternetCheckConnectionA(address.c_str(), FLAG_ICC_FORCE_CONNECTION, 0))
     return Fail(::GetLastError());
   stage = kStageReachable;
   return true;

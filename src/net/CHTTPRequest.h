@@ -19,7 +19,7 @@ class CHTTPRequest {
   //
   // Returns the reply's text, which this object owns until the next Send, or null:
   // then stage and error tell how far it came. What had arrived before a later
-  // read failed is kept and returned.
+  // read failed is kept and returned. Doesn't throw.
   const char* Send(const char* host, const char* path, const char* verb, const void* data,
                    std::uint32_t dataLength, const char* user = nullptr,
                    const void* reserved1 = nullptr, const char* agent = nullptr,

@@ -46,12 +46,10 @@ const char* PointerText(std::int32_t status) {
 // A whole file with a terminator behind it; null if it can't be read.
 std::unique_ptr<char[]> ReadWhole(const char* fileName, std::uint32_t& size) {
   size = 0;
-  const HANDLE opened = CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) return nullptr;
-  const KernelHandle file(opened);
+  const KernelHandle file = OwnFile(CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   std::uint64_t bytes = 0;
-  if (!GetFileSize64(file.get(), bytes)) return nullptr;
+  if (!file || !GetFileSize64(file.get(), bytes)) return nullptr;
   if (bytes >= static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max()))
     return nullptr;
   std::unique_ptr<char[]> data(new (std::nothrow) char[static_cast<std::size_t>(bytes) + 1]);
@@ -63,12 +61,13 @@ std::unique_ptr<char[]> ReadWhole(const char* fileName, std::uint32_t& size) {
   return data;
 }
 
-std::string EncodedNameOf(const char* dumpFile) {
-  char drive[_MAX_DRIVE];
-  char folder[_MAX_DIR];
-  char name[_MAX_FNAME];
-  _splitpath(dumpFile, drive, folder, name, nullptr);
-  return std::string(drive) + folder + name + ".b64";
+// A path of any length: the run time's own splitting has an end to its buffers.
+std::string EncodedNameOf(const std::string& dumpFile) {
+  const std::size_t folder = dumpFile.find_last_of("\\/:");
+  const std::size_t name = folder == std::string::npos ? 0 : folder + 1;
+  const std::size_t dot = dumpFile.rfind('.');
+  const bool hasExtension = dot != std::string::npos && dot >= name;
+  return (hasExtension ? dumpFile.substr(0, dot) : dumpFile) + ".b64";
 }
 
 // False if either file can't be opened or the text can't be written whole.
@@ -117,8 +116,14 @@ bool CReportBugThread::Start(const char* newHost, const char* newPath, const cha
   job = std::make_shared<RequestJob>(host.Text(), path.Text(), Body(), window, messageNumber);
   if (StartWithPriority(THREAD_PRIORITY_NORMAL)) return true;
   job.reset();  // nobody has begun it
-  return false;
+  return FailToStart();
 } catch (const std::bad_alloc&) {
+  return FailToStart();
+}
+
+bool CReportBugThread::FailToStart() {
+  failed = true;
+  message.Assign(kNotSent);
   return false;
 }
 

@@ -24,7 +24,8 @@ class CReportBugThread : public cThread {
   // file beside the dump with the extension ".b64", which stays. One that can't be
   // read is left out. Then sends the report. `message` goes to `window` by
   // SendMessageA when the outcome stands; the getters are for after that. False if
-  // there is no thread or no memory to be had: then no message comes.
+  // there is no thread or no memory to be had: then no message comes, and
+  // GetMessage says so at once.
   bool Start(const char* host, const char* path, const char* version, const char* appName,
              const char* logFile, const char* dumpFile, const char* comments, HWND window,
              std::uint32_t message);
@@ -62,6 +63,7 @@ class CReportBugThread : public cThread {
   void ReadLog();
   void EncodeDump();
   std::string Body() const;
+  bool FailToStart();
   void TakeOutcome(const char* text);
   void ParseReply();
   void ReadTags();

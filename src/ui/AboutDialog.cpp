@@ -16,12 +16,10 @@
 
 namespace {
 
-constexpr COLORREF kLinkColor = 0x00C00000;  // blue
 constexpr UINT_PTR kFrameTimer = 123;
 constexpr UINT kFrameTimerMs = 1;  // as many frames as the system will give
 constexpr Place kButtonPicture{14, 94, 154, 28};  // on the skin
 constexpr POINT kButtonCorner{456, 330};          // in the dialog
-constexpr int kTooltipWidth = 250;                // px
 
 // Headings end in a colon. Two empty lines part the groups; the product's name
 // and version come before them. An "&&" shows as "&".
@@ -100,9 +98,7 @@ CButtonControl& MakerButton() {
 // --- Opening ---
 
 void CreateMakerButton(HWND dialog) {
-  const HDC dc = GetDC(dialog);
-  gContents->buttonPicture = CaptureSkin(dc, kButtonPicture);
-  ReleaseDC(dialog, dc);
+  gContents->buttonPicture = CaptureSkin(ClientDc(dialog).get(), kButtonPicture);
   gContents->button = CreateWindowExA(
       0, "BUTTON", "", WS_CHILD | WS_VISIBLE | BS_OWNERDRAW, kButtonCorner.x, kButtonCorner.y,
       kButtonPicture.width, kButtonPicture.height, dialog,
@@ -110,8 +106,7 @@ void CreateMakerButton(HWND dialog) {
   const HDC picture = gContents->buttonPicture.get();
   MakerButton().Attach(picture, picture, kButtonPicture.width, kButtonPicture.height,
                        gContents->button, nullptr);
-  gContents->tooltip = CreateTooltip(gContents->button, "Click to visit Tarnwick's website",
-                                     kTooltipWidth, 0, 0, 0, nullptr, -1);
+  gContents->tooltip = CreateTooltip(gContents->button, "Click to visit Tarnwick's website");
 }
 
 // The lines follow each other without a gap.
@@ -131,7 +126,7 @@ void StartRoll(HWND dialog) {
 void OnInit(HWND dialog) {
   gContents = std::make_unique<Contents>();
   SetDlgItemTextA(dialog, IDC_MAKER_LINK, kWebSite);
-  AttachHyperlink(dialog, IDC_MAKER_LINK, kLinkColor);
+  AttachHyperlink(dialog, IDC_MAKER_LINK, kLinkColour);
   SetTimer(dialog, kFrameTimer, kFrameTimerMs, nullptr);
   CreateMakerButton(dialog);
   StartRoll(dialog);

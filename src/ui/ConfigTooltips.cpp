@@ -7,8 +7,6 @@ LinkedList<HWND> gTooltips;
 
 namespace {
 
-constexpr int kMaxWidth = 250;  // px
-
 struct TooltipRow {
   int control;
   const char* text;
@@ -48,8 +46,7 @@ constexpr TooltipRow kTooltips[] = {
 
 void CreateDialogTooltips(HWND hwnd) {
   for (const auto& [control, text] : kTooltips)
-    gTooltips.AddTail(
-        CreateTooltip(GetDlgItem(hwnd, control), text, kMaxWidth, 0, 0, 0, nullptr, -1));
+    gTooltips.AddTail(CreateTooltip(GetDlgItem(hwnd, control), text));
 }
 
 void DestroyTooltips() {

@@ -4,12 +4,15 @@
 // colour instead. Neither opens anything: the click reaches the dialog as the
 // static's STN_CLICKED.
 //
-// All state lies in properties of the window, and everything is undone when it
-// is destroyed, so that a static needs no owner. The static and its parent are
-// subclassed, the parent once for any number of statics of a kind. The dialog's
-// thread only.
+// All state lies in properties of the window, and what was put on it is taken off
+// when it is destroyed (the colours go with it), so that a static needs no owner.
+// The static and its parent are subclassed, the parent once for any number of
+// statics of a kind. The dialog's thread only.
 
 #include "base/win.h"
+
+// Of the dialogs' links.
+inline constexpr COLORREF kLinkColour = RGB(0, 0, 0xC0);
 
 // Each results in 1. The static must be the direct child of its dialog.
 int AttachHyperlink(HWND hwnd, COLORREF color);

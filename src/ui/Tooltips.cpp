@@ -47,6 +47,11 @@ HWND CreateTooltip(HWND control, const char* text, int maxWidth, DWORD style, UI
   return tip;
 }
 
+HWND CreateTooltip(HWND control, const char* text) {
+  constexpr int kWidth = 250;
+  return CreateTooltip(control, text, kWidth, 0, 0, 0, nullptr, -1);
+}
+
 void TrackingTooltip::Create(const char* text, int maxWidth, DWORD style, int titleIcon,
                              const char* title) {
   Destroy();

@@ -13,6 +13,9 @@
 HWND CreateTooltip(HWND control, const char* text, int maxWidth, DWORD style, UINT flags,
                    int titleIcon, const char* title, int autoPopTime);
 
+// The same as the dialogs have it: at most 250 px wide, and nothing else asked for.
+HWND CreateTooltip(HWND control, const char* text);
+
 // A tooltip that belongs to no control and stands where it is told to.
 class TrackingTooltip {
  public:

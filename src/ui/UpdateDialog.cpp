@@ -17,7 +17,6 @@ constexpr UINT kAnswerMessage = WM_APP + 1;
 constexpr UINT_PTR kDotsTimer = 987;
 constexpr UINT kDotsMs = 250;
 constexpr int kDotForms = 8;  // from none to seven
-constexpr COLORREF kLinkColour = 0x00C00000;
 
 std::unique_ptr<CCheckForUpdateThread> checkThread;  // while the dialog stands
 bool timerRuns = false;
@@ -27,10 +26,13 @@ bool linkFollowed = false;
 
 void StartCheck(HWND hwnd) {
   checkThread = std::make_unique<CCheckForUpdateThread>();
-  checkThread->Start(kUpdateHost, kUpdatePath, kVersionText, kProductName, hwnd, kAnswerMessage);
   dots = 0;
   SetTimer(hwnd, kDotsTimer, kDotsMs, nullptr);
   timerRuns = true;
+  // A check that can't even start has its answer at once.
+  if (!checkThread->Start(kUpdateHost, kUpdatePath, kVersionText, kProductName, hwnd,
+                          kAnswerMessage))
+    PostMessageA(hwnd, kAnswerMessage, 0, 0);
 }
 
 void StopTimer(HWND hwnd) {

@@ -257,14 +257,16 @@ TEST(UpdateCheck, AnObjectCanAskAgain) {
   EXPECT_FALSE(check.HasLink());
 }
 
-TEST(UpdateCheck, WithoutAThreadNobodyIsTold) {
+TEST(UpdateCheck, WithoutAThreadNobodyIsToldAndTheTextSaysWhy) {
   HOOK_IMPORT(create, "kernel32.dll", CreateThread,
               [](LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
-                 LPDWORD) -> HANDLE { return nullptr; });
+                 LPDWORD) -> HANDLE { return SetLastError(ERROR_NO_SYSTEM_RESOURCES), nullptr; });
   NotifyWindow window;
   Check check;
   EXPECT_FALSE(check.Launch("127.0.0.1", window.Handle()));
   EXPECT_FALSE(check.IsRunning());
+  EXPECT_TRUE(check.HasFailed());
+  EXPECT_EQ(check.GetMessage(), kUnable + "1450");
   NotifyWindow::HandleMessages();
   EXPECT_TRUE(window.Heard().empty());
 }

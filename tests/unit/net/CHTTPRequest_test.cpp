@@ -1,6 +1,7 @@
 #include "net/CHTTPRequest.h"
 
 #include "NetTest.h"
+#include "support/FailingNew.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,8 +16,6 @@ using testing::UnorderedElementsAre;
 using namespace std::string_literals;
 
 namespace {
-
-
 
 const char* Post(CHTTPRequest& request, const HttpServer& server, const std::string& body = "a=b",
                  const char* path = "/there") {
@@ -435,6 +434,27 @@ TEST_F(FailingStep, ALaterRead) {
                 return REAL_IMPORT("wininet.dll", InternetReadFile)(request, to, size, got);
               });
   ExpectKeeps("reply");
+}
+
+// Each round one allocation more succeeds, until all that the request needs do.
+TEST_F(FailingStep, MemoryThatRunsOutAnywhere) {
+  const std::string host = server_.Host();
+  bool done = false;
+  int successes = 0;
+  for (; !done; ++successes) {
+    ASSERT_LT(successes, 1000);
+    CHTTPRequest request;
+    const char* text = nullptr;
+    {
+      const support::FailingNew failing(successes);
+      text = request.Send(host.c_str(), "/there", "POST", "a=b", 3);
+    }
+    if (!text) {
+      EXPECT_EQ(request.GetLastError(), static_cast<std::uint32_t>(ERROR_NOT_ENOUGH_MEMORY));
+    }
+    done = text && *text;
+  }
+  EXPECT_GT(successes, 3);
 }
 
 TEST_F(FailingStep, AnAmountThatNoMemoryHolds) {

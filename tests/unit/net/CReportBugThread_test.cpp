@@ -23,6 +23,9 @@ namespace {
 
 constexpr UINT kDone = WM_APP + 7;
 const std::string kForm = "appName=Velmora 2 1.0&version=1.0&comments=it broke & burned = 100%";
+const std::string kNotSent =
+    "The error report was not able to be sent over the internet.  You may not be connected or may "
+    "be behind a firewall.";
 const std::string kThanks =
     "Thank you for sending this error report.  We will do our best to diagnose the issue.";
 const std::string kRow3 =
@@ -166,6 +169,24 @@ TEST_F(BugReport, NeverOverwritesTheDumpItself) {
   EXPECT_EQ(TextOf(support::ReadWholeFile(dump)), "Man");
 }
 
+TEST_F(BugReport, TheTextOfADumpWithoutAnExtensionLiesBesideIt) {
+  const std::string folder = folder_.MakeFolder("last.run");
+  const std::string dump = folder_.Write("last.run\\dump", BytesOf("Man"));
+  EXPECT_EQ(BodyWith(none_, dump), kForm + "&dumpData=TWFu\n");
+  EXPECT_EQ(TextOf(support::ReadWholeFile(dump + ".b64")), "TWFu\n");
+}
+
+TEST_F(BugReport, ADumpWhosePathIsTooLongIsLeftOutAndCostsNoOtherFile) {
+  char former[MAX_PATH] = "";
+  GetCurrentDirectoryA(sizeof former, former);
+  SetCurrentDirectoryA(folder_.Path().c_str());
+  const std::string other = folder_.Write(".b64", BytesOf("somebody's"));
+  const std::string longPath = folder_.File(std::string(3000, 'x') + ".dmp");
+  EXPECT_EQ(BodyWith(none_, longPath), kForm);
+  EXPECT_EQ(TextOf(support::ReadWholeFile(other)), "somebody's");
+  SetCurrentDirectoryA(former);
+}
+
 TEST_F(BugReport, LeavesOutADumpWhoseTextCannotBeWritten) {
   const std::string dump = folder_.Write("crash.dmp", BytesOf("Man"));
   folder_.MakeFolder("crash.b64");
@@ -294,13 +315,15 @@ TEST(BugReportThread, AnObjectCanReportAgain) {
   EXPECT_FALSE(report.IsNewerAvailable());
 }
 
-TEST(BugReportThread, WithoutAThreadNobodyIsTold) {
+TEST(BugReportThread, WithoutAThreadNobodyIsToldAndTheTextSaysSo) {
   HOOK_IMPORT(create, "kernel32.dll", CreateThread,
               [](LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
                  LPDWORD) -> HANDLE { return nullptr; });
   NotifyWindow window;
   Report report;
   EXPECT_FALSE(report.Launch("127.0.0.1", "", "", window.Handle()));
+  EXPECT_TRUE(report.HasFailed());
+  EXPECT_EQ(report.GetMessage(), kNotSent);
   NotifyWindow::HandleMessages();
   EXPECT_TRUE(window.Heard().empty());
 }

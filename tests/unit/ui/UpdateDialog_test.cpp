@@ -155,6 +155,18 @@ TEST_F(UpdateDialogTest, AsksTheUpdateServer) {
   EXPECT_EQ(request.substr(request.find("\r\n\r\n") + 4), std::string("version=1.0\r\n\0", 14));
 }
 
+TEST_F(UpdateDialogTest, ACheckThatCannotStartIsToldAndCanBeClosed) {
+  HOOK_IMPORT(create, "kernel32.dll", CreateThread,
+              [](LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
+                 LPDWORD) -> HANDLE { return SetLastError(ERROR_NO_SYSTEM_RESOURCES), nullptr; });
+  const INT_PTR result = OnAnswer([](HWND dialog) {
+    EXPECT_EQ(TextOfControl(dialog, 1123),
+              "Unable to query the internet for an update. Code: 1450");
+    PostCommand(dialog, IDOK);
+  });
+  EXPECT_EQ(result, IDOK);
+}
+
 TEST_F(UpdateDialogTest, WithoutAnUpdateShowsTheMessageAndCloses) {
   Serve("<msg>You have the latest version.</msg>");
   const INT_PTR result = OnAnswer([](HWND dialog) {
