@@ -305,7 +305,8 @@ void InstallSaver(const char* path) {
   ShellExecuteA(nullptr, nullptr, "rundll32.exe", arguments.c_str(), nullptr, SW_SHOWNORMAL);
 }
 
-// The dialog of the new process takes the foreground window as its parent.
+// The dialog of the new process takes the foreground window as its parent. This
+// process ends next, and what CreateProcess gave goes with it.
 void RestartAsConfig(HWND, const char* path) {
   std::string commandLine = Text("\"", path, "\" /c");
   STARTUPINFOA startup{};
@@ -559,25 +560,12 @@ void RenderGuardedFrame() {
   }
 }
 
-// Handles one waiting message; false if there was none.
-bool HandledMessage() {
-  MSG message;
-  if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
-  if (message.message == WM_QUIT) {
-    Done = true;
-    return true;
-  }
-  TranslateMessage(&message);
-  DispatchMessageA(&message);
-  return true;
-}
-
 // The queue is always drained before the next frame. There is no target frame
 // rate: motion follows the measured time.
 void RunMainLoop() {
   LOG_INFO("Entering main loop...");
   while (!Done) {
-    if (HandledMessage()) continue;
+    if (PumpOneMessage()) continue;
     RenderGuardedFrame();
     Sleep(kFrameSleepMs);
   }

@@ -8,6 +8,7 @@
 #include "slideshow/TilePlan.h"
 
 #include <cstddef>
+#include <new>
 
 namespace {
 
@@ -17,7 +18,8 @@ constexpr std::int32_t kMipLevels = 4;
 
 // --- The thread ---
 
-unsigned int CImgLoadThread::Run() {
+// For want of memory a picture counts as one that can't be decoded.
+unsigned int CImgLoadThread::Run() try {
   crammed = false;
   cramWidth = cramHeight = 0;
   if (!Load()) return 0;
@@ -26,6 +28,9 @@ unsigned int CImgLoadThread::Run() {
   slide->Setup(width, height, focusXOnly, focusYOnly);
   Fit();
   ReportDecoded();
+  return 0;
+} catch (const std::bad_alloc&) {
+  FailWith(kNotDecoded);
   return 0;
 }
 

@@ -33,7 +33,7 @@ class CImgLoadThread final : public cThread {
     kNotFound = 1,     // no member has the given name
     kNoCategory = 2,
     kNotRead = 3,
-    kNotDecoded = 4,
+    kNotDecoded = 4,   // or there was no memory for it
   };
   enum State : std::int32_t {
     kCreated = 0,

@@ -1,6 +1,7 @@
 #include "slideshow/CTextSurface.h"
 
 #include "graphics/LockedSurface.h"
+#include "slideshow/TilePlan.h"
 
 #include <algorithm>
 #include <array>
@@ -9,23 +10,9 @@
 
 namespace {
 
-constexpr std::int32_t kWorstRemainder = 999999;
-constexpr std::int32_t kSmallestTile = 2;
+constexpr std::int32_t kSmallestTextTile = 2;
 constexpr std::int32_t kWhite = 3 * 255;  // sum of a pixel's channels
 constexpr double kScaleError = 0.001;     // in alpha: the scale may be a rounded fraction
-
-// A GDI object selected for the length of one scope.
-class Selected {
- public:
-  Selected(HDC dc, HGDIOBJ object) : dc_(dc), previous_(SelectObject(dc, object)) {}
-  ~Selected() { SelectObject(dc_, previous_); }
-  Selected(const Selected&) = delete;
-  Selected& operator=(const Selected&) = delete;
-
- private:
-  HDC dc_;
-  HGDIOBJ previous_;
-};
 
 std::int32_t DrawTextIn(HDC dc, const char* text, RECT rect, COLORREF colour, UINT format) {
   SetTextColor(dc, colour);
@@ -37,14 +24,7 @@ std::int32_t DrawTextIn(HDC dc, const char* text, RECT rect, COLORREF colour, UI
 // --- Set-up ---
 
 std::int32_t ChooseTextTileSide(std::int32_t side, std::int32_t maxTile) {
-  std::int32_t chosen = std::max(maxTile, 1);
-  std::int32_t best = kWorstRemainder;
-  for (std::int32_t t = maxTile; t >= kSmallestTile; t /= 2) {
-    if (side % t >= best) continue;
-    best = side % t;
-    chosen = t;
-  }
-  return chosen;
+  return ChooseTileSide(side, maxTile, kSmallestTextTile);
 }
 
 void CTextSurface::SetSize(std::int32_t newWidth, std::int32_t newHeight, std::int32_t newMaxTile,
@@ -113,9 +93,9 @@ std::int32_t CTextSurface::Render(const char* text, cTexture* newTiles, std::int
 // at the same words.
 std::int32_t CTextSurface::DrawOnCanvas(HDC dc, const char* text) {
   SetBkMode(dc, TRANSPARENT);
-  const Selected withFont(dc, font.get());
+  const SelectGuard withFont(dc, font.get());
   brush.reset(CreateSolidBrush(background));
-  const Selected withBrush(dc, brush.get());
+  const SelectGuard withBrush(dc, brush.get());
   PatBlt(dc, 0, 0, width, height, PATCOPY);
   RECT room{0, 0, width, height};
   if (shadow) {

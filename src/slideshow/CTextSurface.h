@@ -108,8 +108,8 @@ class CTextSurface {
   FontRequest fontRequest;               // what `font` was made from
 };
 
-// The tile side, from `maxTile` down by halves to 2, that leaves the smallest
-// remainder of `side`; the larger one of two that leave the same. At least 1.
+// The side of a caption's tiles along a canvas of `side` px: ChooseTileSide, down
+// to 2.
 std::int32_t ChooseTextTileSide(std::int32_t side, std::int32_t maxTile);
 
 // Sets the fourth byte of each 32-bit pixel to its brightness: full from

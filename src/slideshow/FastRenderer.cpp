@@ -4,6 +4,7 @@
 #include "base/win_owned.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
+#include "slideshow/CaptionFormat.h"
 #include "slideshow/FittedSize.h"
 #include "slideshow/Wipes.h"
 
@@ -36,12 +37,8 @@ class WindowTarget final : public WipeTarget {
   }
 };
 
-void ShowWholeCanvas() { BitBlt(hDC, 0, 0, ScreenWidth, ScreenHeight, FastCanvasDC, 0, 0, SRCCOPY); }
-
-// DT_LEFT, DT_CENTER or DT_RIGHT, with word wrap.
-UINT CaptionFormat() {
-  const bool known = ss->CaptionOrientation >= 0 && ss->CaptionOrientation <= 2;
-  return DT_WORDBREAK | static_cast<UINT>(known ? ss->CaptionOrientation : 0);
+void ShowWholeCanvas() {
+  BitBlt(hDC, 0, 0, ScreenWidth, ScreenHeight, FastCanvasDC, 0, 0, SRCCOPY);
 }
 
 void DrawCaptionText(const std::string& text, RECT rect, COLORREF colour, UINT format) {
@@ -120,7 +117,7 @@ void DrawFastImage() {
 }
 
 void DrawFastCaption(const std::string& text) {
-  const UINT format = CaptionFormat();
+  const UINT format = CaptionFormat(ss->CaptionOrientation);
   const int height = MeasureCaption(text, format);
   RECT rect{kCaptionLeft, ScreenHeight - height - kCaptionBottom, ScreenWidth - kCaptionRight,
             ScreenHeight};
@@ -156,13 +153,14 @@ void Transition(int effect, int durationMs) {
   }
 }
 
-void PumpOneMessage() {
+bool PumpOneMessage() {
   MSG message;
-  if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return;
+  if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
   if (message.message == WM_QUIT) {
     Done = true;
-    return;
+    return true;
   }
   TranslateMessage(&message);
   DispatchMessageA(&message);
+  return true;
 }

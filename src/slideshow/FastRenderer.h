@@ -47,5 +47,5 @@ void DrawFastCaption(const std::string& text);
 // each step: a quit ends the main loop, yet the wipe runs to its end.
 void Transition(int effect, int durationMs);
 
-// Handles one waiting message, if any; WM_QUIT sets Done.
-void PumpOneMessage();
+// Handles one waiting message; false if there was none. WM_QUIT sets Done.
+bool PumpOneMessage();

@@ -128,6 +128,7 @@ class Slideshow {
   void DeletePlaylist();
   VFFILE* ShowingFile();
 
+  void CountTime(std::int32_t dt);
   void AdvanceSlide();
   void StartLoader(CaptionSlot captionSlot);
   void RemoveLoader(LinkedListNode<CImgLoadThread*>* node);

@@ -4,6 +4,7 @@
 
 #include "graphics/Matrix.h"
 #include "graphics/cGraphicsLayer.h"
+#include "slideshow/CaptionFormat.h"
 #include "slideshow/Slideshow.h"
 
 #include <utility>
@@ -15,7 +16,6 @@ constexpr std::int32_t kTextMargin = 10;   // px of the canvas, below the text
 constexpr std::int32_t kShadowOffset = 2;  // px of the canvas
 constexpr std::int32_t kOpaqueLevel = 10;  // the shadow's brightness; all above it is opaque, too
 constexpr std::int32_t kMipLevels = 4;
-constexpr std::int32_t kOrientations = 3;
 constexpr COLORREF kWhite = 0xFFFFFF;
 
 // Moves the world up by `distance` for the length of one scope.
@@ -89,8 +89,7 @@ void Slideshow::SetCaptionColours(CTextSurface& caption) const {
 
 // Leaves the surface ready for its texts, a first empty one behind it.
 void Slideshow::SetCaptionText(CTextSurface& caption) const {
-  const bool known = captionOrientation >= 0 && captionOrientation < kOrientations;
-  caption.SetFormat(DT_WORDBREAK | static_cast<std::uint32_t>(known ? captionOrientation : 0));
+  caption.SetFormat(CaptionFormat(captionOrientation));
   caption.SetFont(captionFontName.c_str(), captionFontSize, 0, captionBold ? FW_BOLD : FW_NORMAL,
                   kWhite, captionItalic, 0, 0, OUT_TT_PRECIS, captionQuality, 0);
   caption.Render("", tilesFront.get(), CaptionTileCount());

@@ -14,7 +14,7 @@
 void Slideshow::Update(std::int32_t dt) {
   dt -= handoverDebt;
   handoverDebt = 0;
-  clock += dt;
+  CountTime(dt);
   if (!current && !UpdateWaiting(dt)) return;
   if (CImgLoadThread* loader = ReadyLoader()) loader->Step();
   TickCaptions();
@@ -25,6 +25,12 @@ void Slideshow::Update(std::int32_t dt) {
     UpdateShowing(dt);
   MoveSlides(dt);
   SweepFailedLoaders();
+}
+
+// A show may run for longer than its clock can count: it then starts anew.
+void Slideshow::CountTime(std::int32_t dt) {
+  clock = static_cast<std::int32_t>(static_cast<std::uint32_t>(clock) +
+                                    static_cast<std::uint32_t>(dt));
 }
 
 // --- Loaders ---
@@ -103,7 +109,7 @@ bool Slideshow::UpdateWaiting(std::int32_t dt) {
   }
   CImgLoadThread* loader = ReadyLoader();
   if (!loader) {
-    clock -= dt;
+    CountTime(-dt);
     return false;
   }
   current = loader->Finish();

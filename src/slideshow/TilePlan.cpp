@@ -2,13 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-
-namespace {
-
-constexpr std::int32_t kSmallestTile = 256;     // below it the number of tiles grows too large
-constexpr std::int32_t kWorstRemainder = 99999;
-
-}  // namespace
+#include <limits>
 
 bool IsPowerOfTwo(std::int32_t value) {
   if (value < 1) return false;
@@ -26,10 +20,10 @@ std::int32_t PowerAbove(std::int32_t value, std::int32_t limit) {
   return limit;
 }
 
-std::int32_t ChooseTileSide(std::int32_t side, std::int32_t maxTextureSize) {
-  std::int32_t chosen = std::max(maxTextureSize, 1);
-  std::int32_t best = kWorstRemainder;
-  for (std::int32_t t = maxTextureSize; t >= kSmallestTile; t /= 2) {
+std::int32_t ChooseTileSide(std::int32_t side, std::int32_t largest, std::int32_t smallest) {
+  std::int32_t chosen = std::max(largest, 1);
+  std::int32_t best = std::numeric_limits<std::int32_t>::max();
+  for (std::int32_t t = largest; t >= smallest; t /= 2) {
     if (side % t >= best) continue;
     best = side % t;
     chosen = t;

@@ -11,9 +11,14 @@ std::int32_t PowerBelow(std::int32_t value, std::int32_t limit);
 // The same walk, but the last number that wasn't yet below `value`.
 std::int32_t PowerAbove(std::int32_t value, std::int32_t limit);
 
-// The tile side, from `maxTextureSize` down by halves to 256, that leaves the
-// smallest remainder of `side`; the larger one of two that leave the same.
-std::int32_t ChooseTileSide(std::int32_t side, std::int32_t maxTextureSize);
+// Of a picture: below it the number of tiles grows too large.
+inline constexpr std::int32_t kSmallestTile = 256;
+
+// The tile side, from `largest` down by halves to `smallest`, which is at least 1,
+// that leaves the smallest remainder of `side`; the larger one of two that leave
+// the same. At least 1.
+std::int32_t ChooseTileSide(std::int32_t side, std::int32_t largest,
+                            std::int32_t smallest = kSmallestTile);
 
 // The grid that a picture is cut into.
 struct TilePlan {

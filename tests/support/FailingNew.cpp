@@ -3,6 +3,7 @@
 
 #include "support/FailingNew.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -10,11 +11,21 @@ namespace {
 
 constexpr int kNoLimit = -1;
 thread_local int successesLeft = kNoLimit;
+std::atomic<int> successesLeftElsewhere = kNoLimit;
+thread_local bool isElsewhere = true;
+
+bool TakeSuccess() {
+  if (successesLeft == 0) return false;
+  if (successesLeft > 0) --successesLeft;
+  if (!isElsewhere) return true;
+  int left = successesLeftElsewhere;
+  while (left > 0 && !successesLeftElsewhere.compare_exchange_weak(left, left - 1)) {
+  }
+  return left != 0;
+}
 
 void* Allocate(std::size_t size) {
-  if (successesLeft == 0) return nullptr;
-  if (successesLeft > 0) --successesLeft;
-  return std::malloc(size ? size : 1);
+  return TakeSuccess() ? std::malloc(size ? size : 1) : nullptr;
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -39,5 +50,14 @@ namespace support {
 
 FailingNew::FailingNew(int successes) { successesLeft = successes; }
 FailingNew::~FailingNew() { successesLeft = kNoLimit; }
+
+FailingNewElsewhere::FailingNewElsewhere(int successes) {
+  isElsewhere = false;
+  successesLeftElsewhere = successes;
+}
+FailingNewElsewhere::~FailingNewElsewhere() {
+  successesLeftElsewhere = kNoLimit;
+  isElsewhere = true;
+}
 
 }  // namespace support

@@ -14,4 +14,13 @@ class FailingNew {
   FailingNew& operator=(const FailingNew&) = delete;
 };
 
+// The same for all other threads together.
+class FailingNewElsewhere {
+ public:
+  explicit FailingNewElsewhere(int successes);
+  ~FailingNewElsewhere();
+  FailingNewElsewhere(const FailingNewElsewhere&) = delete;
+  FailingNewElsewhere& operator=(const FailingNewElsewhere&) = delete;
+};
+
 }  // namespace support

@@ -65,42 +65,42 @@ class ImportHook {
   std::vector<Patch> patches_;
 };
 
-// Turns a lambda, captures and all, into a function with the calling convention
-// of `Function`. There is one slot for each lambda expression; objects made from
-// the same expression nest.
-template <class Function, class Lambda>
-class FunctionFromLambda;
-
-template <class R, class... A, class Lambda>
-class FunctionFromLambda<R(WINAPI*)(A...), Lambda> {
+// The lambda that is in force among those made from one lambda expression: the
+// last one. Objects nest.
+template <class Lambda>
+class LambdaInForce {
  public:
-  explicit FunctionFromLambda(Lambda lambda)
+  explicit LambdaInForce(Lambda lambda)
       : lambda_(std::move(lambda)), outer_(std::exchange(current, &lambda_)) {}
-  ~FunctionFromLambda() { current = outer_; }
-  FunctionFromLambda(const FunctionFromLambda&) = delete;
-  FunctionFromLambda& operator=(const FunctionFromLambda&) = delete;
-  static R WINAPI Call(A... arguments) { return (*current)(arguments...); }
+  ~LambdaInForce() { current = outer_; }
+  LambdaInForce(const LambdaInForce&) = delete;
+  LambdaInForce& operator=(const LambdaInForce&) = delete;
+
+ protected:
+  inline static Lambda* current = nullptr;
 
  private:
-  inline static Lambda* current = nullptr;
   Lambda lambda_;
   Lambda* outer_;
 };
 
-template <class R, class... A, class Lambda>
-class FunctionFromLambda<R(__cdecl*)(A...), Lambda> {
- public:
-  explicit FunctionFromLambda(Lambda lambda)
-      : lambda_(std::move(lambda)), outer_(std::exchange(current, &lambda_)) {}
-  ~FunctionFromLambda() { current = outer_; }
-  FunctionFromLambda(const FunctionFromLambda&) = delete;
-  FunctionFromLambda& operator=(const FunctionFromLambda&) = delete;
-  static R __cdecl Call(A... arguments) { return (*current)(arguments...); }
+// Turns a lambda, captures and all, into a function with the calling convention
+// of `Function`.
+template <class Function, class Lambda>
+class FunctionFromLambda;
 
- private:
-  inline static Lambda* current = nullptr;
-  Lambda lambda_;
-  Lambda* outer_;
+template <class R, class... A, class Lambda>
+class FunctionFromLambda<R(WINAPI*)(A...), Lambda> : public LambdaInForce<Lambda> {
+ public:
+  using LambdaInForce<Lambda>::LambdaInForce;
+  static R WINAPI Call(A... arguments) { return (*LambdaInForce<Lambda>::current)(arguments...); }
+};
+
+template <class R, class... A, class Lambda>
+class FunctionFromLambda<R(__cdecl*)(A...), Lambda> : public LambdaInForce<Lambda> {
+ public:
+  using LambdaInForce<Lambda>::LambdaInForce;
+  static R __cdecl Call(A... arguments) { return (*LambdaInForce<Lambda>::current)(arguments...); }
 };
 
 // A hook together with the lambda that it calls.

@@ -21,15 +21,9 @@ class Direct3DMachine : public SaverMachine {
       HRESULT, DWORD, DWORD, DWORD, DWORD, DWORD>;
 
   Direct3DMachine() {
-    ss = &settings_;
-    RunMode = RUNMODE_SAVER;
-    ss->FastMode = 0;
-    ss->PlayMusic = 0;
-    ss->RandomOrder = 0;
+    BeginRun(settings_, false);
     ss->ImageDelay = 5.0f;
-    ScreenWidth = kTestWidth;
-    ScreenHeight = kTestHeight;
-    RequestedMode = DesktopMode = {kTestWidth, kTestHeight, 32};
+    TellScreen();
     OpeningDone = false;
     WriteBundle("ggg");
   }

@@ -19,11 +19,7 @@ constexpr UINT kScreenSaverRunning = 97;
 class Session : public SaverMachine {
  protected:
   void SetUp() override {
-    ss = &settings_;
-    RunMode = RUNMODE_SAVER;
-    ss->FastMode = 1;
-    ss->PlayMusic = 0;
-    ss->RandomOrder = 0;
+    BeginRun(settings_, true);
     WriteBundle("ggg");
   }
   void TearDown() override {

@@ -44,15 +44,9 @@ HWND OpenPlainWindow() {
 class Show : public SaverMachine {
  protected:
   void SetUp() override {
-    ss = &settings_;
-    RunMode = RUNMODE_SAVER;
-    ss->FastMode = 1;
-    ss->PlayMusic = 0;
-    ss->RandomOrder = 0;
+    BeginRun(settings_, true);
     ss->ImageDelay = 1.0f;
-    ScreenWidth = kTestWidth;
-    ScreenHeight = kTestHeight;
-    RequestedMode = DesktopMode = {kTestWidth, kTestHeight, 32};
+    TellScreen();
     hScrWindow = OpenPlainWindow();
     ss->hWnd = hScrWindow;
     closesAsked = 0;

@@ -68,6 +68,21 @@ class SaverMachine : public testing::Test {
     }
   }
 
+  // `settings` as the run's, for a silent saver that shows its bundle in order.
+  static void BeginRun(SaverSettings& settings, bool fastMode) {
+    ss = &settings;
+    RunMode = RUNMODE_SAVER;
+    ss->FastMode = fastMode;
+    ss->PlayMusic = 0;
+    ss->RandomOrder = 0;
+  }
+  // What a session knows of the screen once it has its window.
+  static void TellScreen() {
+    ScreenWidth = kTestWidth;
+    ScreenHeight = kTestHeight;
+    RequestedMode = DesktopMode = {kTestWidth, kTestHeight, 32};
+  }
+
   // A bundle of flat pictures of the screen's size, one a letter of `slides`:
   // "g" a good one, "b" one that is no picture.
   void WriteBundle(const std::string& slides) {

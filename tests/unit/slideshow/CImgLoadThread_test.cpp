@@ -216,6 +216,22 @@ TEST_F(Loader, AThreadThatCannotBeMadeIsErrorThree) {
   EXPECT_EQ(loader->GetError(), 3);
 }
 
+// Each round one allocation more succeeds, until all that the loader needs do.
+TEST_F(Loader, MemoryThatRunsOutAnywhereIsAPictureThatCannotBeLoaded) {
+  bundle.AddBmp("a", 512, 512, Gradient());
+  bundle.Category();
+  int successes = 0;
+  do {
+    ASSERT_LT(successes, 1000);
+    loader = MakeLoader(bundle, "a", DimsOf(512, 512));
+    const support::FailingNewElsewhere failing(successes++);
+    loader->Begin(0);
+    ASSERT_TRUE(support::WaitFor([&] { return !loader->IsRunning(); }));
+  } while (loader->GetError() != 0);
+  EXPECT_EQ(loader->GetState(), 8);
+  EXPECT_GT(successes, 2);
+}
+
 // --- The thread ---
 
 TEST_F(Loader, RunsBelowNormalPriorityFromItsFirstInstruction) {
