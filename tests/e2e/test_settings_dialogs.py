@@ -225,28 +225,26 @@ def test_a_check_without_a_server_tells_so(bare_desktop):
 
 # --- Speed-up tips ---
 
-def test_tips_come_first_and_never_again_survives_a_cancel(bare_desktop):
-    bare_desktop.settings(AvgFps="9.900000")
-    run = bare_desktop.start(program="Velmora2.exe")
+def leave_tips(desktop, button):
+    """A slow saver's settings window, whose tips are left by `button` and which is then cancelled."""
+    desktop.settings(AvgFps="9.900000")
+    run = desktop.start(program="Velmora2.exe")
     tips = Dialog(run, TIPS)
-    tips.press(2)
+    tips.press(button)
     tips.wait_gone()
-    bare_desktop.hand.wait_for_box("Velmora 2  v 1.0", run.ended)
-    bare_desktop.display.key("Escape")
+    desktop.hand.wait_for_box("Velmora 2  v 1.0", run.ended)
+    desktop.display.key("Escape")
     assert run.wait_end() == 0
+
+
+def test_tips_come_first_and_never_again_survives_a_cancel(bare_desktop):
+    leave_tips(bare_desktop, 2)
     assert bare_desktop.setting_dword("ShowSpeedtip") == 0
     SettingsWindow(bare_desktop).cancel()
 
 
 def test_continue_leads_on_and_keeps_the_tips(bare_desktop):
-    bare_desktop.settings(AvgFps="9.900000")
-    run = bare_desktop.start(program="Velmora2.exe")
-    tips = Dialog(run, TIPS)
-    tips.press(1)
-    tips.wait_gone()
-    bare_desktop.hand.wait_for_box("Velmora 2  v 1.0", run.ended)
-    bare_desktop.display.key("Escape")
-    assert run.wait_end() == 0
+    leave_tips(bare_desktop, 1)
     assert bare_desktop.setting_dword("ShowSpeedtip") is None
 
 

@@ -1,5 +1,8 @@
 #include "unit/graphics/GraphicsTest.h"
 
+#include "graphics/FixedPipeline.h"
+#include "graphics/Matrix.h"
+
 #include <stdexcept>
 
 namespace graphics_test {
@@ -104,6 +107,16 @@ cGraphicsLayer& GraphicsTest::Windowed(std::uint32_t flags, cGraphicsLayer::Devi
   layer_.reset(cGraphicsLayer::Create(window, false, 0, 0, flags, check));
   layer_->ClearLost();
   return *layer_;
+}
+
+cGraphicsLayer& GraphicsTest::WindowedForShow() {
+  cGraphicsLayer& layer = Windowed();
+  SetFixedPipeline(layer, kWindowWidth, kWindowHeight);
+  D3DMATRIX world{};
+  SetIdentity(world);
+  SetTranslation(world, 0, 0, 2);
+  layer.SetWorldMatrix(world);
+  return layer;
 }
 
 cGraphicsLayer& GraphicsTest::FullScreen(std::uint32_t flags, cGraphicsLayer::DeviceCheck check) {

@@ -55,6 +55,9 @@ class GraphicsTest : public testing::Test {
   // Each replaces the layer of the test.
   cGraphicsLayer& Windowed(std::uint32_t flags = 0, cGraphicsLayer::DeviceCheck check = nullptr);
   cGraphicsLayer& FullScreen(std::uint32_t flags = 0, cGraphicsLayer::DeviceCheck check = nullptr);
+  // In the window, ready for what the show draws: its fixed state, and the world two
+  // units before the eye.
+  cGraphicsLayer& WindowedForShow();
   void DropLayer() { layer_.reset(); }
 
   HWND window = nullptr;

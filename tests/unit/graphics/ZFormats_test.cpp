@@ -1,19 +1,13 @@
 // Which z-buffer formats are taken; no device is needed to tell.
 
 #include "graphics/cGraphicsLayer.h"
+#include "unit/graphics/ZFormat.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-DDPIXELFORMAT ZFormat(DWORD bits, DWORD stencil = 0) {
-  DDPIXELFORMAT format{};
-  format.dwSize = sizeof format;
-  format.dwFlags = DDPF_ZBUFFER | (stencil ? DDPF_STENCILBUFFER : 0u);
-  format.dwZBufferBitDepth = bits;
-  format.dwStencilBitDepth = stencil;
-  return format;
-}
+using graphics_test::ZFormat;
 
 TEST(ZFormats, DepthIsFifteenBitsAtLeast) {
   EXPECT_TRUE(ZFormatFits(ZFormat(16), cGraphicsLayer::kZBuffer));

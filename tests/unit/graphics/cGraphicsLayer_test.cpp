@@ -1,6 +1,7 @@
 #include "graphics/cGraphicsLayer.h"
 
 #include "unit/graphics/GraphicsTest.h"
+#include "unit/graphics/ZFormat.h"
 #include "support/ImportHook.h"
 #include "support/MethodHook.h"
 #include "support/TestPictures.h"
@@ -18,6 +19,7 @@ using graphics_test::DebugOutput;
 using graphics_test::DescriptionOf;
 using graphics_test::ErrorOf;
 using graphics_test::ReadSurface;
+using graphics_test::ZFormat;
 using testing::ElementsAre;
 
 class GraphicsLayer : public graphics_test::GraphicsTest {
@@ -510,15 +512,6 @@ TEST_F(GraphicsLayer, StartsWithAPerspectiveOfAQuarterTurn) {
 }
 
 // --- Z-buffer ---
-
-DDPIXELFORMAT ZFormat(DWORD bits, DWORD stencil = 0) {
-  DDPIXELFORMAT format{};
-  format.dwSize = sizeof format;
-  format.dwFlags = DDPF_ZBUFFER | (stencil ? DDPF_STENCILBUFFER : 0u);
-  format.dwZBufferBitDepth = bits;
-  format.dwStencilBitDepth = stencil;
-  return format;
-}
 
 TEST_F(GraphicsLayer, AZBufferComesOnlyIfAskedFor) {
   EXPECT_EQ(Windowed().GetZBuffer(), nullptr);

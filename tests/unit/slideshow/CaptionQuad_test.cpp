@@ -2,10 +2,9 @@
 
 #include "slideshow/CaptionQuad.h"
 
-#include "graphics/FixedPipeline.h"
-#include "graphics/Matrix.h"
 #include "graphics/cTexture.h"
 #include "support/MethodHook.h"
+#include "unit/graphics/DeviceCalls.h"
 #include "unit/graphics/GraphicsTest.h"
 
 #include <gmock/gmock.h>
@@ -33,12 +32,7 @@ struct Corner {
 class QuadOfCaption : public graphics_test::GraphicsTest {
  protected:
   QuadOfCaption() {
-    cGraphicsLayer& layer = Windowed();
-    SetFixedPipeline(layer, kWidth, kHeight);
-    D3DMATRIX world{};
-    SetIdentity(world);
-    SetTranslation(world, 0, 0, 2);
-    layer.SetWorldMatrix(world);
+    cGraphicsLayer& layer = WindowedForShow();
     layer.GetDevice()->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
     layer.GetDevice()->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
   }
@@ -158,36 +152,19 @@ TEST_F(QuadOfCaption, AsksTheDeviceForBothBlendings) {
   const auto textures = Textures({0xFFFFFFFF, 0xFFFFFFFF});
   quad.SetSize(2.0f, 1.5f);
   quad.Build(2, 1, textures.get());
-  std::vector<std::string> calls;
-  HOOK_METHOD(material, AnyDevice(), &IDirect3DDevice7::SetMaterial,
-              [&](auto real, IDirect3DDevice7* self, D3DMATERIAL7* value) {
-                const D3DCOLORVALUE& a = value->ambient;
-                calls.push_back("ambient " + std::to_string(std::lround(a.r * 100)) + " " +
-                                std::to_string(std::lround(a.a * 100)));
-                return real(self, value);
-              });
-  HOOK_METHOD(state, AnyDevice(), &IDirect3DDevice7::SetRenderState,
-              [&](auto real, IDirect3DDevice7* self, D3DRENDERSTATETYPE type, DWORD value) {
-                calls.push_back("state " + std::to_string(type) + " " + std::to_string(value));
-                return real(self, type, value);
-              });
-  HOOK_METHOD(stage, AnyDevice(), &IDirect3DDevice7::SetTextureStageState,
-              [&](auto real, IDirect3DDevice7* self, DWORD number, D3DTEXTURESTAGESTATETYPE type,
-                  DWORD value) {
-                calls.push_back("stage " + std::to_string(type) + " " + std::to_string(value));
-                return real(self, number, type, value);
-              });
-  HOOK_METHOD(scene, AnyDevice(), &IDirect3DDevice7::BeginScene,
-              [&](auto real, IDirect3DDevice7* self) {
-                calls.push_back("scene");
-                return real(self);
-              });
-  quad.Draw(0.5f, 32);
-  EXPECT_THAT(calls,
+  const auto callsAt = [&](int bits) {
+    return graphics_test::DeviceCallsOf(
+        AnyDevice(),
+        [](const D3DMATERIAL7& material) {
+          const D3DCOLORVALUE& a = material.ambient;
+          return "ambient " + std::to_string(std::lround(a.r * 100)) + " " +
+                 std::to_string(std::lround(a.a * 100));
+        },
+        [&] { quad.Draw(0.5f, bits); });
+  };
+  EXPECT_THAT(callsAt(32),
               ElementsAre("stage 5 34", "state 19 5", "state 20 6", "ambient 100 50", "scene"));
-  calls.clear();
-  quad.Draw(0.5f, 16);
-  EXPECT_THAT(calls,
+  EXPECT_THAT(callsAt(16),
               ElementsAre("state 19 3", "state 20 4", "stage 5 0", "ambient 50 100", "scene"));
 }
 

@@ -2,8 +2,6 @@
 // A show on a real device in a window of 320 by 240 px, with time in the test's
 // hand: Update gets what the test says, and the clock stands still otherwise.
 
-#include "graphics/FixedPipeline.h"
-#include "graphics/Matrix.h"
 #include "slideshow/CImgLoadThread.h"
 #include "slideshow/Slideshow.h"
 #include "support/BundleWriter.h"
@@ -46,12 +44,7 @@ inline support::TestSlide BadSlide(const std::string& name) {
 class ShowTest : public graphics_test::GraphicsTest {
  protected:
   ShowTest() {
-    cGraphicsLayer& layer = Windowed();
-    SetFixedPipeline(layer, graphics_test::kWindowWidth, graphics_test::kWindowHeight);
-    D3DMATRIX world{};
-    SetIdentity(world);
-    SetTranslation(world, 0, 0, 2);
-    layer.SetWorldMatrix(world);
+    WindowedForShow();
     show = std::make_unique<Slideshow>();
     show->SetRandomOrder(false);
     show->SetShowCaptions(false);

@@ -2,8 +2,6 @@
 
 #include "slideshow/CSlideImage.h"
 
-#include "graphics/FixedPipeline.h"
-#include "graphics/Matrix.h"
 #include "graphics/cTexture.h"
 #include "support/MethodHook.h"
 #include "unit/graphics/GraphicsTest.h"
@@ -30,12 +28,7 @@ constexpr float kTop = 0.75f;
 class SlideDrawing : public graphics_test::GraphicsTest {
  protected:
   SlideDrawing() {
-    cGraphicsLayer& layer = Windowed();
-    SetFixedPipeline(layer, kWidth, kHeight);
-    D3DMATRIX world{};
-    SetIdentity(world);
-    SetTranslation(world, 0, 0, 2);
-    layer.SetWorldMatrix(world);
+    WindowedForShow();
     SetMaterial(1.0f);
   }
 

@@ -2,6 +2,7 @@
 
 #include "support/AllocationCount.h"
 #include "support/MethodHook.h"
+#include "unit/graphics/DeviceCalls.h"
 #include "unit/slideshow/ShowTest.h"
 
 #include <gmock/gmock.h>
@@ -148,30 +149,13 @@ TEST_F(ShowDraw, TheNextSlideIsBlendedByItsMaterial) {
   FinishOpening();
   StartTransition();
   show->Update(2000);
-  std::vector<std::string> calls;
-  HOOK_METHOD(material, AnyDevice(), &IDirect3DDevice7::SetMaterial,
-              [&](auto real, IDirect3DDevice7* self, D3DMATERIAL7* value) {
-                calls.push_back("material " + std::to_string(value->ambient.a) + " " +
-                                std::to_string(value->diffuse.a));
-                return real(self, value);
-              });
-  HOOK_METHOD(state, AnyDevice(), &IDirect3DDevice7::SetRenderState,
-              [&](auto real, IDirect3DDevice7* self, D3DRENDERSTATETYPE type, DWORD value) {
-                calls.push_back("state " + std::to_string(type) + " " + std::to_string(value));
-                return real(self, type, value);
-              });
-  HOOK_METHOD(stage, AnyDevice(), &IDirect3DDevice7::SetTextureStageState,
-              [&](auto real, IDirect3DDevice7* self, DWORD number, D3DTEXTURESTAGESTATETYPE type,
-                  DWORD value) {
-                calls.push_back("stage " + std::to_string(type) + " " + std::to_string(value));
-                return real(self, number, type, value);
-              });
-  HOOK_METHOD(scene, AnyDevice(), &IDirect3DDevice7::BeginScene,
-              [&](auto real, IDirect3DDevice7* self) {
-                calls.push_back("scene");
-                return real(self);
-              });
-  show->Draw();
+  const std::vector<std::string> calls = graphics_test::DeviceCallsOf(
+      AnyDevice(),
+      [](const D3DMATERIAL7& material) {
+        return "material " + std::to_string(material.ambient.a) + " " +
+               std::to_string(material.diffuse.a);
+      },
+      [&] { show->Draw(); });
   EXPECT_THAT(calls, ElementsAre("material 1.000000 1.000000", "scene",
                                  "material 1.000000 0.500000", "state 27 1", "state 19 5",
                                  "state 20 6", "stage 4 4", "stage 5 0", "scene", "state 27 0"));
