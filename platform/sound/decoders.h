@@ -27,7 +27,9 @@ struct AudioBlock {
   ChannelOrder order = ChannelOrder::kWave;
   std::vector<float> samples;
 
-  std::size_t Frames() const { return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0; }
+  std::size_t Frames() const {
+    return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0;
+  }
 };
 
 class Decoder {

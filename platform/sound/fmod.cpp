@@ -58,7 +58,8 @@ Result WithOutput(Result otherwise, Use use) try {
   return otherwise;
 }
 
-std::unique_ptr<sound::ByteSource> OpenSource(const char* nameOrData, unsigned mode, int offset, int length) {
+std::unique_ptr<sound::ByteSource> OpenSource(const char* nameOrData, unsigned mode, int offset,
+                                              int length) {
   if (!nameOrData || offset < 0 || length < 0) return nullptr;
   if (mode & FSOUND_LOADMEMORY) {
     if (length <= offset) return nullptr;
@@ -86,7 +87,8 @@ bool FSOUND_SetOutput(int output) {
 }
 
 bool FSOUND_Init(int rate, int channels, unsigned) try {
-  if (rate < kLowestRate || rate > kHighestRate || channels < 1 || channels > kMostChannels) return false;
+  if (rate < kLowestRate || rate > kHighestRate || channels < 1 || channels > kMostChannels)
+    return false;
   FSOUND_Close();
   Shared& shared = TheShared();
   const std::lock_guard guard(shared.lock);
@@ -142,6 +144,9 @@ bool FSOUND_Stream_Close(FSOUND_STREAM* stream) {
   return WithOutput(false, [&](SoundSystem& system) { return system.CloseStream(stream); });
 }
 
-bool FSOUND_Stream_SetEndCallback(FSOUND_STREAM* stream, FSOUND_STREAMCALLBACK callback, void* userData) {
-  return WithOutput(false, [&](SoundSystem& system) { return system.SetEndCallback(stream, callback, userData); });
+bool FSOUND_Stream_SetEndCallback(FSOUND_STREAM* stream, FSOUND_STREAMCALLBACK callback,
+                                  void* userData) {
+  return WithOutput(false, [&](SoundSystem& system) {
+    return system.SetEndCallback(stream, callback, userData);
+  });
 }

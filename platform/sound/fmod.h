@@ -80,7 +80,8 @@ F_API bool FSOUND_SetPaused(int channel, bool paused);
 // and has to stay until the stream is closed. `offset` bytes are left out at
 // the start; `length` is the number of bytes, 0 with a file for all of it.
 // Null if that holds no sound.
-F_API FSOUND_STREAM* FSOUND_Stream_Open(const char* nameOrData, unsigned mode, int offset, int length);
+F_API FSOUND_STREAM* FSOUND_Stream_Open(const char* nameOrData, unsigned mode, int offset,
+                                        int length);
 // Plays from the start on a channel, or on any free one with FSOUND_FREE.
 // The channel's number; -1 if there is none or it is taken.
 F_API int FSOUND_Stream_Play(int channel, FSOUND_STREAM* stream);

@@ -22,7 +22,9 @@ mpg123_ssize_t ReadFrom(void* source, void* to, std::size_t size) {
 
 off_t SeekIn(void* source, off_t offset, int origin) {
   auto& bytes = *static_cast<ByteSource*>(source);
-  const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? bytes.Tell() : bytes.Size();
+  const std::int64_t base = origin == SEEK_SET   ? 0
+                            : origin == SEEK_CUR ? bytes.Tell()
+                                                 : bytes.Size();
   const std::int64_t position = base + offset;
   if (position > std::numeric_limits<off_t>::max() || !bytes.Seek(position)) return -1;
   return static_cast<off_t>(position);
@@ -38,7 +40,8 @@ class MpegDecoder final : public Decoder {
 
   bool Open() {
     return handle_ &&
-           mpg123_param(handle_, MPG123_ADD_FLAGS, MPG123_FORCE_FLOAT | MPG123_QUIET, 0) == MPG123_OK &&
+           mpg123_param(handle_, MPG123_ADD_FLAGS, MPG123_FORCE_FLOAT | MPG123_QUIET, 0) ==
+               MPG123_OK &&
            mpg123_param(handle_, MPG123_RESYNC_LIMIT, kResyncBytes, 0) == MPG123_OK &&
            mpg123_replace_reader_handle(handle_, ReadFrom, SeekIn, nullptr) == MPG123_OK &&
            mpg123_open_handle(handle_, source_.get()) == MPG123_OK && ReadFormat();

@@ -103,7 +103,8 @@ void Resampler::MakeFrame(std::vector<float>& result) const {
 // Keeps what the next result needs.
 void Resampler::DropOldInput() {
   const std::int64_t needed = position_ - halfWidth_ + 1;
-  const std::int64_t old = std::clamp<std::int64_t>(needed - inputStart_, 0, static_cast<std::int64_t>(input_.size() / 2));
+  const std::int64_t old = std::clamp<std::int64_t>(needed - inputStart_, 0,
+                                                    static_cast<std::int64_t>(input_.size() / 2));
   input_.erase(input_.begin(), input_.begin() + static_cast<std::ptrdiff_t>(2 * old));
   inputStart_ += old;
 }

@@ -3,7 +3,7 @@
 #include <objbase.h>
 
 #include <chrono>
-#include <new>
+#include <exception>
 #include <utility>
 
 namespace sound {
@@ -38,14 +38,20 @@ SoundSystem::SoundSystem(const SoundSettings& settings, int rate, int channels)
       rate_(rate),
       endedEvent_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
 
-// The threads hold the object, so that it outlives them whatever happens.
+// The threads hold the object, so that it outlives them whatever happens. A first
+// one that is left without the second ends by itself, and the device with it.
 bool SoundSystem::Start() {
   const std::lock_guard guard(lock_);
   if (!endedEvent_ || !output_.Open()) return false;
   mixing_ = callingBack_ = true;
-  std::thread([self = shared_from_this()] { self->MixUntilClosed(); }).detach();
-  std::thread([self = shared_from_this()] { self->CallBackUntilClosed(); }).detach();
-  return true;
+  try {
+    std::thread([self = shared_from_this()] { self->MixUntilClosed(); }).detach();
+    std::thread([self = shared_from_this()] { self->CallBackUntilClosed(); }).detach();
+    return true;
+  } catch (const std::exception&) {
+    closing_ = true;
+    return false;
+  }
 }
 
 void SoundSystem::Shutdown() {
@@ -157,7 +163,8 @@ void SoundSystem::TakeOff(const Stream& stream) {
 
 void SoundSystem::ForgetEnds(FSOUND_STREAM* handle) { std::erase(ended_, handle); }
 
-bool SoundSystem::SetEndCallback(FSOUND_STREAM* handle, FSOUND_STREAMCALLBACK callback, void* userData) {
+bool SoundSystem::SetEndCallback(FSOUND_STREAM* handle, FSOUND_STREAMCALLBACK callback,
+                                 void* userData) {
   const std::lock_guard guard(lock_);
   const auto found = streams_.find(handle);
   if (found == streams_.end()) return false;

@@ -26,7 +26,7 @@ class SoundSystem : public std::enable_shared_from_this<SoundSystem> {
  public:
   SoundSystem(const SoundSettings& settings, int rate, int channels);
 
-  // Opens the device and starts the threads. False if there is none.
+  // Opens the device and starts the threads. False if either can't be had.
   bool Start();
   // Ends all. Waits for a callback that is under way on another thread, for a
   // while. The threads may outlive it by then, and hold this object.

@@ -63,7 +63,9 @@ std::vector<Gains> GainsFor(const AudioBlock& block) {
   Gains sum;
   for (std::size_t i = 0; i < channels; ++i) {
     // Beyond the known orders the channels go left and right in turn.
-    const Place place = channels <= std::size(table) ? table[channels - 1][i] : i % 2 ? kRight : kLeft;
+    const Place place = channels <= std::size(table) ? table[channels - 1][i]
+                        : i % 2                      ? kRight
+                                                     : kLeft;
     gains[i] = GainsOf(place);
     sum.left += gains[i].left;
     sum.right += gains[i].right;

@@ -8,7 +8,8 @@
 
 namespace sound {
 
-Voice::Voice(std::unique_ptr<Decoder> decoder, int rate) : decoder_(std::move(decoder)), rate_(rate) {}
+Voice::Voice(std::unique_ptr<Decoder> decoder, int rate)
+    : decoder_(std::move(decoder)), rate_(rate) {}
 
 bool Voice::HasSound() {
   while (taken_ == ready_.size())

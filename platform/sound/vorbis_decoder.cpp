@@ -19,7 +19,9 @@ std::size_t ReadFrom(void* to, std::size_t size, std::size_t count, void* source
 
 int SeekIn(void* source, ogg_int64_t offset, int origin) {
   auto& bytes = *static_cast<ByteSource*>(source);
-  const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? bytes.Tell() : bytes.Size();
+  const std::int64_t base = origin == SEEK_SET   ? 0
+                            : origin == SEEK_CUR ? bytes.Tell()
+                                                 : bytes.Size();
   return bytes.Seek(base + offset) ? 0 : -1;
 }
 
@@ -53,7 +55,8 @@ class VorbisDecoder final : public Decoder {
     block.rate = static_cast<int>(info->rate);
     block.channels = info->channels;
     block.order = ChannelOrder::kVorbis;
-    block.samples.resize(static_cast<std::size_t>(frames) * static_cast<std::size_t>(info->channels));
+    block.samples.resize(static_cast<std::size_t>(frames) *
+                         static_cast<std::size_t>(info->channels));
     auto at = block.samples.begin();
     for (long frame = 0; frame < frames; ++frame)
       for (int channel = 0; channel < info->channels; ++channel) *at++ = planes[channel][frame];

@@ -21,8 +21,9 @@ bool IsPast(DWORD tick) { return static_cast<std::int32_t>(timeGetTime() - tick)
 WaveOutput::WaveOutput(UINT device, int rate, int bufferMs)
     : device_(device),
       rate_(rate),
-      blockFrames_(std::max<std::size_t>(1, static_cast<std::size_t>(rate) * static_cast<std::size_t>(bufferMs) /
-                                                (1000 * kBlocks))),
+      blockFrames_(std::max<std::size_t>(
+          1,
+          static_cast<std::size_t>(rate) * static_cast<std::size_t>(bufferMs) / (1000 * kBlocks))),
       event_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {
   for (int i = 0; i < kBlocks; ++i) {
     free_.push_back(std::make_unique<Block>());
@@ -57,7 +58,8 @@ bool WaveOutput::OpenDevice() {
 
 void WaveOutput::CloseDevice() {
   if (!handle_) return;
-  for (const auto& block : underWay_) waveOutUnprepareHeader(handle_, &block->header, sizeof(WAVEHDR));
+  for (const auto& block : underWay_)
+    waveOutUnprepareHeader(handle_, &block->header, sizeof(WAVEHDR));
   waveOutClose(std::exchange(handle_, nullptr));
 }
 
@@ -77,9 +79,10 @@ void WaveOutput::Send(std::size_t frames) {
   block->header = {};
   block->header.lpData = reinterpret_cast<LPSTR>(block->samples.data());
   block->header.dwBufferLength = static_cast<DWORD>(frames * kFrameBytes);
-  const bool sent = handle_ &&
-                    waveOutPrepareHeader(handle_, &block->header, sizeof(WAVEHDR)) == MMSYSERR_NOERROR &&
-                    waveOutWrite(handle_, &block->header, sizeof(WAVEHDR)) == MMSYSERR_NOERROR;
+  const bool sent =
+      handle_ &&
+      waveOutPrepareHeader(handle_, &block->header, sizeof(WAVEHDR)) == MMSYSERR_NOERROR &&
+      waveOutWrite(handle_, &block->header, sizeof(WAVEHDR)) == MMSYSERR_NOERROR;
   if (!sent) {
     if (handle_) waveOutUnprepareHeader(handle_, &block->header, sizeof(WAVEHDR));
     LoseDevice();
@@ -134,12 +137,14 @@ void WaveOutput::Reset() {
 }
 
 DWORD WaveOutput::MsOf(const Block& block) const {
-  return static_cast<DWORD>(static_cast<std::int64_t>(block.header.dwBufferLength / kFrameBytes) * 1000 / rate_);
+  return static_cast<DWORD>(static_cast<std::int64_t>(block.header.dwBufferLength / kFrameBytes) *
+                            1000 / rate_);
 }
 
 void WaveOutput::SendToNobody(Block& block) {
-  const DWORD start = underWay_.empty() || IsPast(underWay_.back()->dueTick) ? timeGetTime()
-                                                                          : underWay_.back()->dueTick;
+  const DWORD start = underWay_.empty() || IsPast(underWay_.back()->dueTick)
+                          ? timeGetTime()
+                          : underWay_.back()->dueTick;
   block.dueTick = start + MsOf(block);
 }
 

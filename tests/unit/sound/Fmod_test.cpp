@@ -2,12 +2,16 @@
 
 #include "FakeWaveOut.h"
 #include "SoundHelpers.h"
+#include "support/ImportHook.h"
 #include "support/TempFolder.h"
 #include "support/WaitFor.h"
 
 #include <objbase.h>
 
+#include <process.h>
+
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -104,6 +108,24 @@ TEST_F(FmodTest, WithoutADeviceInitFails) {
   EXPECT_FALSE(Start());
   EXPECT_EQ(OpenInMemory(CountingWave(100)), nullptr);
   device_.RefuseToOpen(false);
+  EXPECT_TRUE(Start());
+}
+
+TEST_F(FmodTest, WithoutItsSecondThreadInitFailsAndLetsGoOfTheDevice) {
+  FSOUND_Close();
+  int threads = 0;
+  {
+    HOOK_IMPORT(refuse, "msvcrt.dll", _beginthreadex,
+                [&](void* security, unsigned stack, _beginthreadex_proc_type start, void* argument,
+                    unsigned flags, unsigned* id) -> std::uintptr_t {
+                  if (++threads > 1) return errno = EAGAIN, 0;
+                  return REAL_IMPORT("msvcrt.dll", _beginthreadex)(security, stack, start, argument,
+                                                                  flags, id);
+                });
+    EXPECT_FALSE(Start());
+  }
+  EXPECT_EQ(threads, 2);
+  EXPECT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
   EXPECT_TRUE(Start());
 }
 
