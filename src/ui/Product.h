@@ -1,5 +1,5 @@
 #pragma once
-// What the dialogs call this program.
+// What the dialogs, and reports of crashes, call this program.
 
 inline constexpr char kProductName[] = "Velmora 2";
 inline constexpr char kVersionText[] = "1.0";

@@ -4,7 +4,7 @@
 #include "base/win.h"
 
 ReportCopies::ReportCopies() {
-  char temporary[MAX_PATH] = "";
+  char temporary[MAX_PATH + 1] = "";
   GetTempPathA(sizeof temporary, temporary);
   folder_ = temporary + ("VelmoraReport" + std::to_string(GetCurrentProcessId())) + "\\";
   CreateDirectoryA(folder_.c_str(), nullptr);

@@ -9,13 +9,12 @@
 #include "reporterr/ReportContent.h"
 #include "reporterr/ReportCopies.h"
 #include "reporterr/Resources.h"
+#include "ui/Product.h"
 
 #include <memory>
 
 namespace {
 
-constexpr char kAppName[] = "Velmora 2";
-constexpr char kVersion[] = "1.0";
 constexpr UINT kAnswerMessage = WM_APP + 1;
 constexpr UINT_PTR kLookTimer = 1, kProgressTimer = 2;
 constexpr UINT kLookMs = 200, kProgressMs = 30;
@@ -223,7 +222,7 @@ ReportContent ReportWindow::Content() const {
   std::string text(static_cast<std::size_t>(GetWindowTextLengthA(comment)) + 1, '\0');
   text.resize(static_cast<std::size_t>(
       GetWindowTextA(comment, text.data(), static_cast<int>(text.size()))));
-  return {kAppName, kVersion, text, Checked(CONTROL_LOG) ? logCopy_ : "",
+  return {kProductName, kVersionText, text, Checked(CONTROL_LOG) ? logCopy_ : "",
           Checked(CONTROL_DUMP) ? dumpCopy_ : ""};
 }
 
