@@ -96,10 +96,13 @@ const char* BehindHeading(const char* text) {
 }  // namespace
 
 std::string MakeEntry(std::string_view text, const EntryRules& rules) {
-  const auto isSeparator = [&](std::size_t at) { return text.size() > at && text[at] == rules.separator; };
+  const auto isSeparator = [&](std::size_t at) {
+    return text.size() > at && text[at] == rules.separator;
+  };
   const bool fromServer = isSeparator(0) && isSeparator(1);
   if (fromServer || text.find(':') != std::string_view::npos) return std::string(text);
-  const bool hasSlash = !text.empty() && (text[0] == rules.separator || text[0] == rules.altSeparator);
+  const bool hasSlash =
+      !text.empty() && (text[0] == rules.separator || text[0] == rules.altSeparator);
   std::string entry = rules.folder;
   return entry.append(text.substr(hasSlash ? 1 : 0));
 }

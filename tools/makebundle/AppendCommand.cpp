@@ -25,7 +25,8 @@ std::uint64_t StartOfAppended(const std::string& path, VFBUNDLE& bundle) {
   std::uint64_t start = bundle.directoryOffset;
   for (const auto& [offset, size] : pieces) {
     if (offset + size != start)
-      throw FaultOf(path, "ends with a bundle that MakeBundle didn't append, so it can't be replaced");
+      throw FaultOf(path,
+                    "ends with a bundle that MakeBundle didn't append, so it can't be replaced");
     start = offset;
   }
   if (start == 0) throw FaultOf(path, "is a bundle itself; another one behind it would hide it");
@@ -39,7 +40,8 @@ std::uint64_t HostSize(const Options& options) {
   if (!bundle.Open(AnsiPath(options.file).c_str())) return fileSize;
   const std::uint64_t start = StartOfAppended(options.file, bundle);
   if (!options.replace)
-    throw FaultOf(options.file, "has a bundle behind it already; --replace puts the new one in its place");
+    throw FaultOf(options.file,
+                  "has a bundle behind it already; --replace puts the new one in its place");
   return start;
 }
 
@@ -55,7 +57,9 @@ void CopyHost(const std::string& path, std::uint64_t size, ByteSink& to) {
 
 std::string CategoryName(const Options& options) {
   const std::optional<std::string> name = AnsiFromUtf8(options.category);
-  if (!name) throw FaultOf("category \"" + options.category + "\"", "the system's " + AnsiCodePageName() + " lacks characters of it");
+  if (!name)
+    throw FaultOf("category \"" + options.category + "\"",
+                  "the system's " + AnsiCodePageName() + " lacks characters of it");
   return *name;
 }
 
@@ -76,7 +80,7 @@ int AppendBundle(const Options& options) {
   output.Close();
   CheckWritten(output.PartPath(), writer.Members());
   output.Commit(true);
-  Say(options.file + ": " + std::to_string(files.size()) + " members in \"" + options.category + "\" behind " +
-      std::to_string(hostSize) + " bytes\n");
+  Say(options.file + ": " + std::to_string(files.size()) + " members in \"" + options.category +
+      "\" behind " + std::to_string(hostSize) + " bytes\n");
   return kExitGood;
 }

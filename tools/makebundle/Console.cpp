@@ -26,8 +26,8 @@ void Print(DWORD which, const std::string& text) {
     constexpr std::size_t kMostAtOnce = 8000;  // old consoles refuse long texts
     const std::wstring wide = WideFromUtf8(text);
     for (std::size_t at = 0; at < wide.size(); at += kMostAtOnce)
-      WriteConsoleW(stream, wide.data() + at, static_cast<DWORD>(std::min(kMostAtOnce, wide.size() - at)), &written,
-                    nullptr);
+      WriteConsoleW(stream, wide.data() + at,
+                    static_cast<DWORD>(std::min(kMostAtOnce, wide.size() - at)), &written, nullptr);
     return;
   }
   const std::string lines = WithCarriageReturns(text);

@@ -53,8 +53,11 @@ void ExtractMember(const Options& options, VFFILECAT& category, VFFILE& file) {
   const std::string folder = Joined(options.folder, SafeFileName(category.name));
   const std::string path = Joined(folder, SafeFileName(file.name));
   const MemberBytes bytes(category, file);
-  if (!bytes) throw FaultOf(Printable(Utf8FromAnsi(file.name)), "the member can't be read, the bundle is damaged");
-  if (!options.overwrite && FileExists(path)) throw FaultOf(path, "there is such a file already; --overwrite replaces it");
+  if (!bytes)
+    throw FaultOf(Printable(Utf8FromAnsi(file.name)),
+                  "the member can't be read, the bundle is damaged");
+  if (!options.overwrite && FileExists(path))
+    throw FaultOf(path, "there is such a file already; --overwrite replaces it");
   MakeFolders(folder);
   StagedFile output(path);
   output.Write(bytes.Get());
@@ -82,6 +85,7 @@ int ExtractMembers(const Options& options) {
       Error(fault.what());
     }
   }
-  Say(std::to_string(extracted) + (extracted == 1 ? " member" : " members") + " extracted to " + options.folder + "\n");
+  Say(std::to_string(extracted) + (extracted == 1 ? " member" : " members") + " extracted to " +
+      options.folder + "\n");
   return extracted == members.size() ? kExitGood : kExitBadInput;
 }

@@ -52,12 +52,13 @@ std::string Details(VFFILECAT& category, VFFILE& file) {
 int ListBundle(const Options& options) {
   VFBUNDLE bundle;
   OpenBundle(bundle, options.file);
-  std::string text = options.file + ": " + std::to_string(bundle.categories.Count()) + " categories, " +
-                     std::to_string(bundle.fileCount) + " members\n";
+  std::string text = options.file + ": " + std::to_string(bundle.categories.Count()) +
+                     " categories, " + std::to_string(bundle.fileCount) + " members\n";
   for (VFFILECAT* category : CategoriesOf(bundle)) {
     text += "\n[" + OneLine(category->name) + "]\n    offset       size  member\n";
     for (VFFILE* file : MembersOf(*category))
-      text += Aligned(file->offset) + " " + Aligned(file->size) + "  " + OneLine(file->name) + Details(*category, *file) + "\n";
+      text += Aligned(file->offset) + " " + Aligned(file->size) + "  " + OneLine(file->name) +
+              Details(*category, *file) + "\n";
   }
   Say(text);
   return kExitGood;

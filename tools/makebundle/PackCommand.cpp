@@ -57,7 +57,8 @@ std::string CaptionForRecord(const std::string& name, const std::string& utf8) {
   bool lost = false;
   const std::string ansi = NearestAnsi(CleanCaption(utf8), lost);
   if (lost)
-    Warning(name + ": the caption has characters that the system's " + AnsiCodePageName() + " lacks; they show as \"?\"");
+    Warning(name + ": the caption has characters that the system's " + AnsiCodePageName() +
+            " lacks; they show as \"?\"");
   return DoubleAmpersands(ansi);
 }
 
@@ -65,7 +66,8 @@ std::string ReadCaptionFile(const std::string& path) {
   const std::vector<unsigned char> bytes = ReadWholeFile(path, kMostTextBytes);
   const std::string_view text = WithoutUtf8Mark(AsText(bytes));
   if (!IsUtf8(text)) throw FaultOf(path, "the caption isn't UTF-8 text; save the file as UTF-8");
-  if (text.find('\0') != std::string_view::npos) throw FaultOf(path, "the caption holds a NUL, so it isn't a text file");
+  if (text.find('\0') != std::string_view::npos)
+    throw FaultOf(path, "the caption holds a NUL, so it isn't a text file");
   return CaptionForRecord(path, std::string(text));
 }
 
@@ -77,12 +79,16 @@ std::string CaptionFromPicture(const std::string& path, const std::string& descr
 
 // --- Plan ---
 
-std::vector<SourceFile> KeepPictures(const std::vector<SourceFile>& files, std::map<std::string, SourceFile>& texts) {
+std::vector<SourceFile> KeepPictures(const std::vector<SourceFile>& files,
+                                     std::map<std::string, SourceFile>& texts) {
   std::vector<SourceFile> pictures;
   for (const SourceFile& file : files) {
-    if (PictureKindOf(ReadFileStart(file.path, kSniffSize)) != PictureKind::kNone) pictures.push_back(file);
-    else if (IsTextFile(file.name)) texts.emplace(LowerCase(Stem(file.name)), file);
-    else Note(file.path + ": passed over, no picture");
+    if (PictureKindOf(ReadFileStart(file.path, kSniffSize)) != PictureKind::kNone)
+      pictures.push_back(file);
+    else if (IsTextFile(file.name))
+      texts.emplace(LowerCase(Stem(file.name)), file);
+    else
+      Note(file.path + ": passed over, no picture");
   }
   return pictures;
 }
@@ -107,7 +113,8 @@ std::vector<Slide> FindSlides(const Options& options) {
     slides.back().dims.name = picture.member;
   }
   for (const auto& [stem, text] : unused)
-    if (!IsFocusFile(options, text.path)) Note(text.path + ": passed over, there is no picture of that name");
+    if (!IsFocusFile(options, text.path))
+      Note(text.path + ": passed over, there is no picture of that name");
   return slides;
 }
 
@@ -118,7 +125,8 @@ void SetFocus(const std::string& path, std::vector<Slide>& slides) {
       return LowerCase(candidate.file.name) == LowerCase(line.name);
     });
     if (slide == slides.end())
-      throw FaultOf(path + ", line " + std::to_string(line.line), "there is no picture \"" + Printable(line.name) + "\"");
+      throw FaultOf(path + ", line " + std::to_string(line.line),
+                    "there is no picture \"" + Printable(line.name) + "\"");
     slide->dims.focusXOnly = line.xOnly;
     slide->dims.focusYOnly = line.yOnly;
   }
@@ -127,7 +135,8 @@ void SetFocus(const std::string& path, std::vector<Slide>& slides) {
 // Undated pictures come last; equal dates leave the order of the names.
 void SortByDate(std::vector<Slide>& slides) {
   for (Slide& slide : slides)
-    slide.dateTaken = ReadPictureMetadata(ReadWholeFile(slide.file.path, kMostPictureBytes)).dateTaken;
+    slide.dateTaken =
+        ReadPictureMetadata(ReadWholeFile(slide.file.path, kMostPictureBytes)).dateTaken;
   std::stable_sort(slides.begin(), slides.end(), [](const Slide& a, const Slide& b) {
     if (a.dateTaken.empty() != b.dateTaken.empty()) return b.dateTaken.empty();
     return a.dateTaken < b.dateTaken;
@@ -137,8 +146,10 @@ void SortByDate(std::vector<Slide>& slides) {
 std::vector<SourceFile> FindMusic(const std::string& folder) {
   std::vector<SourceFile> music;
   for (const SourceFile& file : VisibleFiles(folder)) {
-    if (IsMusic(ReadFileStart(file.path, kSniffSize))) music.push_back(file);
-    else Note(file.path + ": passed over, no music that a bundle can hold (MP1, MP2, MP3, Ogg, WAV)");
+    if (IsMusic(ReadFileStart(file.path, kSniffSize)))
+      music.push_back(file);
+    else
+      Note(file.path + ": passed over, no music that a bundle can hold (MP1, MP2, MP3, Ogg, WAV)");
   }
   if (music.empty()) throw FaultOf(folder, "there is no music in this folder");
   NameMembers(music);
@@ -228,18 +239,23 @@ std::string Count(std::size_t number, const std::string& one, const std::string&
   return std::to_string(number) + " " + (number == 1 ? one : many);
 }
 
-void SayWhatWasPacked(const Options& options, const Plan& plan, const Counts& counts, std::uint64_t size) {
-  const auto captions = static_cast<std::size_t>(std::count_if(
-      plan.slides.begin(), plan.slides.end(), [](const Slide& slide) { return !slide.caption.empty(); }));
+void SayWhatWasPacked(const Options& options, const Plan& plan, const Counts& counts,
+                      std::uint64_t size) {
+  const auto captions = static_cast<std::size_t>(
+      std::count_if(plan.slides.begin(), plan.slides.end(),
+                    [](const Slide& slide) { return !slide.caption.empty(); }));
   std::string text = options.file + ": " + Count(plan.slides.size(), "picture", "pictures") + ", " +
                      Count(captions, "caption", "captions") + ", " +
-                     Count(plan.music.size(), "piece of music", "pieces of music") + ", " + std::to_string(size) +
-                     " bytes\n";
+                     Count(plan.music.size(), "piece of music", "pieces of music") + ", " +
+                     std::to_string(size) + " bytes\n";
   if (counts.turnedWithoutLoss)
-    text += "  " + Count(counts.turnedWithoutLoss, "picture", "pictures") + " turned upright without loss\n";
+    text += "  " + Count(counts.turnedWithoutLoss, "picture", "pictures") +
+            " turned upright without loss\n";
   if (counts.savedAnew)
-    text += "  " + Count(counts.savedAnew, "picture", "pictures") + " turned upright and saved anew\n";
-  if (counts.leftOut) text += "  " + Count(counts.leftOut, "damaged picture", "damaged pictures") + " left out\n";
+    text +=
+        "  " + Count(counts.savedAnew, "picture", "pictures") + " turned upright and saved anew\n";
+  if (counts.leftOut)
+    text += "  " + Count(counts.leftOut, "damaged picture", "damaged pictures") + " left out\n";
   Say(text);
 }
 

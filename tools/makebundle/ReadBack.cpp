@@ -28,8 +28,9 @@ std::string WhyNotOpen(const std::string& path) {
 
 bool ReadsBack(VFFILECAT& category, VFFILE& file, const WrittenMember& written) {
   const MemberBytes bytes(category, file);
-  return bytes && written.category == category.name && written.name == file.name && written.offset == file.offset &&
-         written.size == file.size && written.fingerprint == Fingerprint(bytes.Get());
+  return bytes && written.category == category.name && written.name == file.name &&
+         written.offset == file.offset && written.size == file.size &&
+         written.fingerprint == Fingerprint(bytes.Get());
 }
 
 }  // namespace
@@ -51,9 +52,11 @@ void CheckWritten(const std::string& path, const std::vector<WrittenMember>& mem
   for (VFFILECAT* category : CategoriesOf(bundle)) {
     for (VFFILE* file : MembersOf(*category)) {
       if (expected == members.end() || !ReadsBack(*category, *file, *expected))
-        throw FaultOf(path, "\"" + Utf8FromAnsi(category->name + "/" + file->name) + "\" doesn't read back as it was written");
+        throw FaultOf(path, "\"" + Utf8FromAnsi(category->name + "/" + file->name) +
+                                "\" doesn't read back as it was written");
       ++expected;
     }
   }
-  if (expected != members.end()) throw FaultOf(path, "the directory doesn't read back as it was written");
+  if (expected != members.end())
+    throw FaultOf(path, "the directory doesn't read back as it was written");
 }

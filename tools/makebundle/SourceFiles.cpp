@@ -28,9 +28,12 @@ std::vector<SourceFile> VisibleFiles(const std::string& folder) {
   std::vector<SourceFile> files;
   for (const FolderEntry& entry : ListFolder(folder)) {
     const std::string path = Joined(folder, entry.name);
-    if (entry.isFolder) Note(path + ": passed over, a folder");
-    else if (entry.isHidden) Note(path + ": passed over, a hidden file");
-    else files.push_back({entry.name, path, {}});
+    if (entry.isFolder)
+      Note(path + ": passed over, a folder");
+    else if (entry.isHidden)
+      Note(path + ": passed over, a hidden file");
+    else
+      files.push_back({entry.name, path, {}});
   }
   return files;
 }
@@ -41,12 +44,14 @@ void NameMembers(std::vector<SourceFile>& files) {
     file.member = MemberName(file);
     const auto [other, isNew] = seen.emplace(LowerCase(file.name), file.name);
     if (!isNew)
-      throw FaultOf(file.path, "differs from \"" + other->second + "\" in the case of letters only; rename one of the two");
+      throw FaultOf(file.path, "differs from \"" + other->second +
+                                   "\" in the case of letters only; rename one of the two");
   }
 }
 
 void AddFile(BundleWriter& writer, const SourceFile& file) {
   InputFile input(file.path);
   writer.BeginMember(file.member, input.Size());
-  for (std::vector<unsigned char> piece; !(piece = input.Read(kPieceSize)).empty();) writer.Append(piece);
+  for (std::vector<unsigned char> piece; !(piece = input.Read(kPieceSize)).empty();)
+    writer.Append(piece);
 }

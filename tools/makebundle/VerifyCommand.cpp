@@ -47,14 +47,17 @@ class Report {
 void CheckNames(VFBUNDLE& bundle, Report& report) {
   std::set<std::string> categories;
   for (VFFILECAT* category : CategoriesOf(bundle)) {
-    if (category->name.empty()) report.Problem("(category)", "its name is empty, so nothing can find it");
+    if (category->name.empty())
+      report.Problem("(category)", "its name is empty, so nothing can find it");
     else if (!categories.insert(WithoutCase(category->name)).second)
       report.Problem(category->name, "an earlier category has this name and hides it");
     std::set<std::string> names;
     for (const VFFILE* file : MembersOf(*category)) {
-      if (file->name.empty()) report.Problem(*category, *file, "its name is empty, so nothing can find it");
+      if (file->name.empty())
+        report.Problem(*category, *file, "its name is empty, so nothing can find it");
       else if (!names.insert(WithoutCase(file->name)).second)
-        report.Problem(*category, *file, "an earlier member of this category has this name and hides it");
+        report.Problem(*category, *file,
+                       "an earlier member of this category has this name and hides it");
     }
   }
 }
@@ -63,7 +66,8 @@ void CheckPlaces(VFBUNDLE& bundle, Report& report) {
   for (VFFILECAT* category : CategoriesOf(bundle)) {
     for (VFFILE* file : MembersOf(*category)) {
       if (std::uint64_t{file->offset} + file->size > bundle.directoryOffset)
-        report.Problem(*category, *file, "it reaches into the directory or past the end of the file");
+        report.Problem(*category, *file,
+                       "it reaches into the directory or past the end of the file");
       else if (!MemberBytes(*category, *file))
         report.Problem(*category, *file, "it can't be read");
     }
@@ -79,16 +83,20 @@ struct Records {
 
 // Adds the name that a record is for; the show takes the first of two.
 template <class Names, class Entry>
-void AddRecord(Names& names, Entry entry, const std::string& picture, VFFILECAT& category, VFFILE& file, Report& report) {
+void AddRecord(Names& names, Entry entry, const std::string& picture, VFFILECAT& category,
+               VFFILE& file, Report& report) {
   if (!names.insert(std::move(entry)).second)
-    report.Problem(category, file, "an earlier record is for the same picture, \"" + Printable(Utf8FromAnsi(picture)) + "\"");
+    report.Problem(
+        category, file,
+        "an earlier record is for the same picture, \"" + Printable(Utf8FromAnsi(picture)) + "\"");
 }
 
 void ReadDims(VFFILECAT& category, Records& records, Report& report) {
   for (VFFILE* file : MembersOf(category)) {
     const MemberBytes bytes(category, *file);
     if (!bytes) continue;
-    if (const std::string fault = FaultOfDimsRecord(bytes.Get()); !fault.empty()) report.Problem(category, *file, fault);
+    if (const std::string fault = FaultOfDimsRecord(bytes.Get()); !fault.empty())
+      report.Problem(category, *file, fault);
     SlideDims dims = DecodeSlideDims(bytes.Get().data(), bytes.Get().size());
     const std::string name = dims.name;
     AddRecord(records.dims, std::pair(name, std::move(dims)), name, category, *file, report);
@@ -99,7 +107,8 @@ void ReadCaptions(VFFILECAT& category, Records& records, Report& report) {
   for (VFFILE* file : MembersOf(category)) {
     const MemberBytes bytes(category, *file);
     if (!bytes) continue;
-    if (const std::string fault = FaultOfCaptionRecord(bytes.Get()); !fault.empty()) report.Problem(category, *file, fault);
+    if (const std::string fault = FaultOfCaptionRecord(bytes.Get()); !fault.empty())
+      report.Problem(category, *file, fault);
     const SlideCaption caption = DecodeSlideCaption(bytes.Get().data(), bytes.Get().size());
     AddRecord(records.captions, caption.name, caption.name, category, *file, report);
   }
@@ -112,9 +121,13 @@ std::string SizeText(std::uint32_t width, std::uint32_t height) {
 void CheckPicture(VFFILECAT& category, VFFILE& file, const Records& records, Report& report) {
   const auto dims = records.dims.find(file.name);
   if (dims == records.dims.end())
-    report.Problem(category, file, "there is no record in \"dims\" for it, so it would show with another picture's size");
+    report.Problem(
+        category, file,
+        "there is no record in \"dims\" for it, so it would show with another picture's size");
   if (!records.captions.contains(file.name))
-    report.Problem(category, file, "there is no record in \"caps\" for it, so it would show another picture's caption");
+    report.Problem(
+        category, file,
+        "there is no record in \"caps\" for it, so it would show another picture's caption");
   const MemberBytes bytes(category, file);
   if (!bytes) return;
   std::uint32_t width = 0, height = 0;
@@ -125,10 +138,12 @@ void CheckPicture(VFFILECAT& category, VFFILE& file, const Records& records, Rep
     return;
   }
   if (dims != records.dims.end() && (dims->second.width != width || dims->second.height != height))
-    report.Problem(category, file, "its size is " + SizeText(width, height) + ", but its record in \"dims\" says " +
-                                       SizeText(dims->second.width, dims->second.height));
+    report.Problem(category, file,
+                   "its size is " + SizeText(width, height) + ", but its record in \"dims\" says " +
+                       SizeText(dims->second.width, dims->second.height));
   if (ReadPictureMetadata(bytes.Get()).orientation != 1)
-    report.Remark(category, file, "its EXIF data call it turned, but the show draws it as it is stored");
+    report.Remark(category, file,
+                  "its EXIF data call it turned, but the show draws it as it is stored");
 }
 
 void CheckOrphans(VFFILECAT& images, const Records& records, Report& report) {
@@ -136,7 +151,8 @@ void CheckOrphans(VFFILECAT& images, const Records& records, Report& report) {
   for (const VFFILE* file : MembersOf(images)) pictures.insert(file->name);
   const auto check = [&](const char* category, const std::string& name) {
     if (!pictures.contains(name))
-      report.Problem(std::string(category) + "/" + name, "the record is for a picture that isn't in the bundle");
+      report.Problem(std::string(category) + "/" + name,
+                     "the record is for a picture that isn't in the bundle");
   };
   for (const auto& [name, record] : records.dims) check("dims", name);
   for (const std::string& name : records.captions) check("caps", name);
@@ -144,8 +160,10 @@ void CheckOrphans(VFFILECAT& images, const Records& records, Report& report) {
 
 VFFILECAT* NeededCategory(VFBUNDLE& bundle, const char* name, Report& report) {
   VFFILECAT* category = bundle.FindCategory(name);
-  if (!category) report.Problem(name, "the category is missing, which the show needs");
-  else if (category->files.Count() == 0) report.Problem(name, "the category is empty; the show needs one member at least");
+  if (!category)
+    report.Problem(name, "the category is missing, which the show needs");
+  else if (category->files.Count() == 0)
+    report.Problem(name, "the category is empty; the show needs one member at least");
   return category;
 }
 
@@ -168,7 +186,8 @@ void CheckSlides(VFBUNDLE& bundle, Report& report) {
 void CheckMusic(VFFILECAT& music, Report& report) {
   for (VFFILE* file : MembersOf(music)) {
     const MemberBytes bytes(music, *file);
-    if (bytes && !IsMusic(bytes.Get())) report.Problem(music, *file, "it isn't music that the player knows");
+    if (bytes && !IsMusic(bytes.Get()))
+      report.Problem(music, *file, "it isn't music that the player knows");
   }
 }
 
@@ -201,7 +220,8 @@ int VerifyBundle(const Options& options) {
   if (VFFILECAT* skin = bundle.FindCategory("skin")) CheckSkin(*skin, report);
   if (VFFILECAT* music = bundle.FindCategory("music")) CheckMusic(*music, report);
   if (report.Problems() > 0) {
-    Error(options.file + ": " + std::to_string(report.Problems()) + (report.Problems() == 1 ? " problem" : " problems"));
+    Error(options.file + ": " + std::to_string(report.Problems()) +
+          (report.Problems() == 1 ? " problem" : " problems"));
     return kExitBadInput;
   }
   Say(options.file + ": " + std::to_string(bundle.fileCount) + " members, all good\n");

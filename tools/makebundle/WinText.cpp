@@ -6,16 +6,20 @@ namespace {
 
 std::wstring ToWide(UINT codePage, std::string_view text) {
   const int size = static_cast<int>(text.size());
-  std::wstring wide(static_cast<std::size_t>(MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0)), L'\0');
+  std::wstring wide(
+      static_cast<std::size_t>(MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0)),
+      L'\0');
   MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), static_cast<int>(wide.size()));
   return wide;
 }
 
 std::string FromWide(UINT codePage, DWORD flags, std::wstring_view text, BOOL* usedDefault) {
   const int size = static_cast<int>(text.size());
-  const int needed = WideCharToMultiByte(codePage, flags, text.data(), size, nullptr, 0, nullptr, nullptr);
+  const int needed =
+      WideCharToMultiByte(codePage, flags, text.data(), size, nullptr, 0, nullptr, nullptr);
   std::string narrow(static_cast<std::size_t>(needed), '\0');
-  WideCharToMultiByte(codePage, flags, text.data(), size, narrow.data(), needed, nullptr, usedDefault);
+  WideCharToMultiByte(codePage, flags, text.data(), size, narrow.data(), needed, nullptr,
+                      usedDefault);
   return narrow;
 }
 

@@ -47,7 +47,8 @@ void BundleWriter::BeginMember(const std::string& name, std::uint64_t size) {
 }
 
 void BundleWriter::Append(Bytes bytes) {
-  if (bytes.size() > pending_) throw FaultOf(Printable(members_.back().name), "the file grew while it was read");
+  if (bytes.size() > pending_)
+    throw FaultOf(Printable(members_.back().name), "the file grew while it was read");
   Write(bytes);
   pending_ -= bytes.size();
   members_.back().fingerprint = Fingerprint(bytes, members_.back().fingerprint);
@@ -80,11 +81,13 @@ void BundleWriter::AddNumber(std::uint64_t value) {
 }
 
 void BundleWriter::CheckLastMember() const {
-  if (pending_ > 0) throw FaultOf(Printable(members_.back().name), "the file became shorter while it was read");
+  if (pending_ > 0)
+    throw FaultOf(Printable(members_.back().name), "the file became shorter while it was read");
 }
 
 void BundleWriter::CheckRoom(std::uint64_t bytes) const {
   const std::uint64_t used = position_ + directory_.size();
   if (used > kMaxDirectoryEnd || bytes > kMaxDirectoryEnd - used)
-    throw PackError("the bundle would be larger than 4 GiB, which its format can't hold; pack fewer files");
+    throw PackError(
+        "the bundle would be larger than 4 GiB, which its format can't hold; pack fewer files");
 }

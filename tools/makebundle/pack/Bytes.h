@@ -24,7 +24,8 @@ inline Bytes Behind(Bytes all, std::uint64_t offset) {
   return offset > all.size() ? Bytes{} : all.subspan(static_cast<std::size_t>(offset));
 }
 
-inline std::optional<std::uint32_t> NumberAt(Bytes all, std::uint64_t offset, unsigned bytes, ByteOrder order) {
+inline std::optional<std::uint32_t> NumberAt(Bytes all, std::uint64_t offset, unsigned bytes,
+                                             ByteOrder order) {
   const std::optional<Bytes> piece = Piece(all, offset, bytes);
   if (!piece) return std::nullopt;
   std::uint32_t value = 0;
@@ -40,4 +41,6 @@ inline Bytes AsBytes(std::string_view text) {
   return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 
-inline bool StartsWith(Bytes bytes, std::string_view start) { return AsText(bytes).starts_with(start); }
+inline bool StartsWith(Bytes bytes, std::string_view start) {
+  return AsText(bytes).starts_with(start);
+}

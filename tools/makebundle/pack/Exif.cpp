@@ -31,7 +31,10 @@ std::uint32_t ElementSize(std::uint32_t type) {
 class Directory {
  public:
   Directory(Bytes tiff, ByteOrder order, std::uint32_t offset)
-      : tiff_(tiff), order_(order), entries_(std::uint64_t{offset} + 2), count_(Number(offset, 2).value_or(0)) {}
+      : tiff_(tiff),
+        order_(order),
+        entries_(std::uint64_t{offset} + 2),
+        count_(Number(offset, 2).value_or(0)) {}
 
   // The value's bytes of the first entry with this tag that is there whole;
   // empty if there is none.

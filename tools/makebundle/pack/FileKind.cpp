@@ -30,7 +30,8 @@ PictureKind PictureKindOf(Bytes start) {
   if (StartsWith(start, "GIF87a") || StartsWith(start, "GIF89a")) return PictureKind::kGif;
   if (IsBmp(start)) return PictureKind::kBmp;
   if (IsRiff(start, "WEBP")) return PictureKind::kWebp;
-  if (StartsWith(start, {"II\x2A\0", 4}) || StartsWith(start, {"MM\0\x2A", 4})) return PictureKind::kTiff;
+  if (StartsWith(start, {"II\x2A\0", 4}) || StartsWith(start, {"MM\0\x2A", 4}))
+    return PictureKind::kTiff;
   return PictureKind::kNone;
 }
 

@@ -6,7 +6,8 @@ constexpr std::uint32_t kIptcResource = 0x0404;
 constexpr unsigned char kDataSetMark = 0x1C;
 constexpr unsigned char kApplicationRecord = 2;
 constexpr unsigned char kCaption = 120;
-constexpr std::uint32_t kExtended = 0x8000;  // the low bits then tell how many bytes the length takes
+constexpr std::uint32_t kExtended =
+    0x8000;  // the low bits then tell how many bytes the length takes
 
 constexpr std::uint64_t RoundedToEven(std::uint64_t size) { return size + (size & 1); }
 
@@ -17,7 +18,8 @@ Bytes FindIptcInPhotoshop(Bytes resources) {
   // to an even size together), size, bytes padded to an even size.
   while (StartsWith(resources, "8BIM")) {
     const std::optional<std::uint32_t> id = NumberAt(resources, 4, 2, ByteOrder::kBigEndian);
-    const std::optional<std::uint32_t> nameLength = NumberAt(resources, 6, 1, ByteOrder::kBigEndian);
+    const std::optional<std::uint32_t> nameLength =
+        NumberAt(resources, 6, 1, ByteOrder::kBigEndian);
     if (!id || !nameLength) return {};
     const std::uint64_t sizeAt = 6 + RoundedToEven(1 + std::uint64_t{*nameLength});
     const std::optional<std::uint32_t> size = NumberAt(resources, sizeAt, 4, ByteOrder::kBigEndian);

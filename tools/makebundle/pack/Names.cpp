@@ -31,7 +31,8 @@ int CompareNaturally(std::string_view a, std::string_view b) {
       if (const int order = CompareNumbers(first, TakeNumber(b))) return order;
       continue;
     }
-    if (a[0] != b[0]) return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]) ? -1 : 1;
+    if (a[0] != b[0])
+      return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]) ? -1 : 1;
     a.remove_prefix(1);
     b.remove_prefix(1);
   }
@@ -44,7 +45,8 @@ bool IsDeviceName(std::u16string_view name) {
   stem.erase(stem.find_last_not_of(u' ') + 1);
   for (char16_t& c : stem)
     if (c >= u'a' && c <= u'z') c = static_cast<char16_t>(c - u'a' + u'A');
-  constexpr std::array<std::u16string_view, 6> kWhole{u"CON", u"PRN", u"AUX", u"NUL", u"CONIN$", u"CONOUT$"};
+  constexpr std::array<std::u16string_view, 6> kWhole{u"CON", u"PRN",    u"AUX",
+                                                      u"NUL", u"CONIN$", u"CONOUT$"};
   if (std::find(kWhole.begin(), kWhole.end(), stem) != kWhole.end()) return true;
   constexpr std::u16string_view kPortNumbers = u"0123456789\u00B9\u00B2\u00B3";
   return stem.size() == 4 && (stem.starts_with(u"COM") || stem.starts_with(u"LPT")) &&

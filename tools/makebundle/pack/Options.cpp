@@ -68,9 +68,12 @@ struct CommandRule {
 };
 
 void ParseOrder(Options& options, const std::string& value) {
-  if (value == "name") options.order = PictureOrder::kName;
-  else if (value == "date") options.order = PictureOrder::kDate;
-  else throw UsageError("--order takes name or date, not \"" + value + "\"");
+  if (value == "name")
+    options.order = PictureOrder::kName;
+  else if (value == "date")
+    options.order = PictureOrder::kDate;
+  else
+    throw UsageError("--order takes name or date, not \"" + value + "\"");
 }
 
 const std::vector<CommandRule>& CommandRules() {
@@ -93,8 +96,10 @@ const std::vector<CommandRule>& CommandRules() {
 }
 
 template <class Rule>
-const Rule& FindRule(const std::vector<Rule>& rules, const std::string& name, const std::string& fault) {
-  const auto found = std::find_if(rules.begin(), rules.end(), [&](const Rule& rule) { return rule.name == name; });
+const Rule& FindRule(const std::vector<Rule>& rules, const std::string& name,
+                     const std::string& fault) {
+  const auto found =
+      std::find_if(rules.begin(), rules.end(), [&](const Rule& rule) { return rule.name == name; });
   if (found == rules.end()) throw UsageError(fault + " \"" + name + "\"");
   return *found;
 }
@@ -107,7 +112,8 @@ void TakeOption(Options& options, const CommandRule& command, std::span<const st
   words = words.subspan(1);
   const std::size_t equals = word.find('=');
   const std::string name = word.substr(0, equals);
-  const OptionRule& rule = FindRule(command.options, name, std::string(command.name) + " has no option");
+  const OptionRule& rule =
+      FindRule(command.options, name, std::string(command.name) + " has no option");
   if (rule.flag) {
     if (equals != std::string::npos) throw UsageError(name + " takes no value");
     options.*rule.flag = true;
@@ -117,8 +123,10 @@ void TakeOption(Options& options, const CommandRule& command, std::span<const st
   const std::string value = equals == std::string::npos ? words.front() : word.substr(equals + 1);
   if (equals == std::string::npos) words = words.subspan(1);
   if (value.empty()) throw UsageError(name + " needs a value");
-  if (rule.parse) rule.parse(options, value);
-  else options.*rule.text = value;
+  if (rule.parse)
+    rule.parse(options, value);
+  else
+    options.*rule.text = value;
 }
 
 void CheckComplete(const Options& options) {
@@ -133,7 +141,8 @@ void CheckComplete(const Options& options) {
 Options ParseOptions(const Words& arguments) {
   Options options;
   if (arguments.empty()) throw UsageError("what is to be done is missing");
-  if (IsHelp(arguments.front()) || std::any_of(arguments.begin(), arguments.end(), IsHelp)) return options;
+  if (IsHelp(arguments.front()) || std::any_of(arguments.begin(), arguments.end(), IsHelp))
+    return options;
   const CommandRule& command = FindRule(CommandRules(), arguments.front(), "there is no command");
   options.command = command.command;
   std::span<const std::string> words = std::span(arguments).subspan(1);
@@ -146,12 +155,14 @@ Options ParseOptions(const Words& arguments) {
     } else if (!onlyWords && words.front().starts_with("-")) {
       TakeOption(options, command, words);
     } else {
-      if (taken == command.words.size()) throw UsageError("\"" + words.front() + "\" is one word too many");
+      if (taken == command.words.size())
+        throw UsageError("\"" + words.front() + "\" is one word too many");
       options.*command.words[taken++] = words.front();
       words = words.subspan(1);
     }
   }
-  if (taken < command.fewestWords) throw UsageError(std::string(command.name) + " needs more names; see --help");
+  if (taken < command.fewestWords)
+    throw UsageError(std::string(command.name) + " needs more names; see --help");
   CheckComplete(options);
   return options;
 }

@@ -19,7 +19,9 @@ struct Blocks {
   std::vector<unsigned char> photoshop;  // a JPEG file may spread it over segments
 };
 
-bool HasNoLength(unsigned char marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8); }
+bool HasNoLength(unsigned char marker) {
+  return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8);
+}
 bool EndsHeader(unsigned char marker) { return marker == 0xD9 || marker == 0xDA; }
 
 void TakeSegment(unsigned char marker, Bytes content, Blocks& blocks) {
@@ -45,7 +47,8 @@ Blocks JpegBlocks(Bytes file) {
     if (HasNoLength(marker)) continue;
     const std::uint32_t length = NumberAt(file, at, 2, ByteOrder::kBigEndian).value_or(0);
     if (length < 2) break;
-    if (const std::optional<Bytes> content = Piece(file, at + 2, length - 2)) TakeSegment(marker, *content, blocks);
+    if (const std::optional<Bytes> content = Piece(file, at + 2, length - 2))
+      TakeSegment(marker, *content, blocks);
     at += length;
   }
   return blocks;
@@ -55,7 +58,8 @@ Blocks JpegBlocks(Bytes file) {
 Bytes FindPngChunk(Bytes file, std::string_view name) {
   std::uint64_t at = 8;
   while (const std::optional<std::uint32_t> length = NumberAt(file, at, 4, ByteOrder::kBigEndian)) {
-    if (StartsWith(Behind(file, at + 4), name)) return Piece(file, at + 8, *length).value_or(Bytes{});
+    if (StartsWith(Behind(file, at + 4), name))
+      return Piece(file, at + 8, *length).value_or(Bytes{});
     at += std::uint64_t{*length} + 12;
   }
   return {};
@@ -64,7 +68,8 @@ Bytes FindPngChunk(Bytes file, std::string_view name) {
 // The first chunk of that name; each is name, length, bytes padded to even.
 Bytes FindRiffChunk(Bytes file, std::string_view name) {
   std::uint64_t at = 12;
-  while (const std::optional<std::uint32_t> length = NumberAt(file, at + 4, 4, ByteOrder::kLittleEndian)) {
+  while (const std::optional<std::uint32_t> length =
+             NumberAt(file, at + 4, 4, ByteOrder::kLittleEndian)) {
     if (StartsWith(Behind(file, at), name)) return Piece(file, at + 8, *length).value_or(Bytes{});
     at += 8 + std::uint64_t{*length} + (*length & 1);
   }
@@ -102,6 +107,7 @@ PictureMetadata ReadPictureMetadata(Bytes file) {
   const ExifTags exif = ReadExif(blocks.exif);
   const Bytes photoshop = blocks.photoshop.empty() ? exif.photoshop : Bytes(blocks.photoshop);
   const Bytes iptc = exif.iptc.empty() ? FindIptcInPhotoshop(photoshop) : exif.iptc;
-  return {exif.orientation, FirstWithText({ReadIptcCaption(iptc), exif.description, exif.userComment}),
+  return {exif.orientation,
+          FirstWithText({ReadIptcCaption(iptc), exif.description, exif.userComment}),
           exif.dateTaken};
 }

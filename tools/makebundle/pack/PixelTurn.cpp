@@ -26,7 +26,8 @@ Turn TurnFor(int orientation) {
 
 }  // namespace
 
-Pixels TurnedUpright(const std::uint32_t* source, std::uint32_t width, std::uint32_t height, int orientation) {
+Pixels TurnedUpright(const std::uint32_t* source, std::uint32_t width, std::uint32_t height,
+                     int orientation) {
   const Turn turn = TurnFor(orientation);
   Pixels upright{turn.swapsSides ? height : width, turn.swapsSides ? width : height, {}};
   upright.values.reserve(std::size_t{width} * height);

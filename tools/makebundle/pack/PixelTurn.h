@@ -10,9 +10,7 @@ struct Pixels {
   std::vector<std::uint32_t> values;  // rows from the top, without padding
 };
 
-// True for the orientations that swap width and height.
-constexpr bool SwapsSides(int orientation) { return orientation >= 5 && orientation <= 8; }
-
 // `source` points at `width` times `height` pixels as they are stored;
 // `orientation` is 1 to 8.
-Pixels TurnedUpright(const std::uint32_t* source, std::uint32_t width, std::uint32_t height, int orientation);
+Pixels TurnedUpright(const std::uint32_t* source, std::uint32_t width, std::uint32_t height,
+                     int orientation);

@@ -27,7 +27,8 @@ void ProgressLine::Show(std::size_t done, std::size_t total, const std::string& 
   const std::uint64_t now = clock_();
   if (now < next_) return;
   next_ = now + (onTerminal_ ? kTerminalInterval : kFileInterval);
-  const std::string line = Shortened(std::to_string(done) + " of " + std::to_string(total) + ": " + what);
+  const std::string line =
+      Shortened(std::to_string(done) + " of " + std::to_string(total) + ": " + what);
   if (!onTerminal_) {
     print_(line + "\n");
     return;

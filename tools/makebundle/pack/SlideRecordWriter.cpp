@@ -9,7 +9,8 @@ constexpr std::size_t kFlags = 2;
 class RecordWriter {
  public:
   void Number(std::uint32_t value, unsigned bytes) {
-    for (unsigned n = 0; n < bytes; ++n) record_.push_back(static_cast<unsigned char>(value >> 8 * n));
+    for (unsigned n = 0; n < bytes; ++n)
+      record_.push_back(static_cast<unsigned char>(value >> 8 * n));
   }
   void Text(const std::string& text) {
     record_.insert(record_.end(), text.begin(), text.end());
@@ -55,7 +56,8 @@ std::string FaultOfDimsRecord(Bytes record) {
   if (record.size() < kDimsNumbers) return "the record ends within the picture's size";
   record = Behind(record, kDimsNumbers);
   if (!SkipText(record)) return "the record ends within the picture's name";
-  if (!record.empty() && record.size() < kFlags) return "the record ends between the two focus flags";
+  if (!record.empty() && record.size() < kFlags)
+    return "the record ends between the two focus flags";
   return record.size() > kFlags ? "the record goes on behind its last field" : "";
 }
 

@@ -32,10 +32,14 @@ std::size_t CharacterLength(std::string_view text) {
 
 void AppendUtf8(std::string& to, char32_t c) {
   const auto tail = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  if (c < 0x80) to += static_cast<char>(c);
-  else if (c < 0x800) (to += static_cast<char>(0xC0 | c >> 6)) += tail(0);
-  else if (c < 0x10000) ((to += static_cast<char>(0xE0 | c >> 12)) += tail(6)) += tail(0);
-  else (((to += static_cast<char>(0xF0 | c >> 18)) += tail(12)) += tail(6)) += tail(0);
+  if (c < 0x80)
+    to += static_cast<char>(c);
+  else if (c < 0x800)
+    (to += static_cast<char>(0xC0 | c >> 6)) += tail(0);
+  else if (c < 0x10000)
+    ((to += static_cast<char>(0xE0 | c >> 12)) += tail(6)) += tail(0);
+  else
+    (((to += static_cast<char>(0xF0 | c >> 18)) += tail(12)) += tail(6)) += tail(0);
 }
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
@@ -60,7 +64,9 @@ std::string_view WithoutUtf8Mark(std::string_view text) {
 
 std::string Utf16ToUtf8(Bytes text, ByteOrder order) {
   std::string utf8;
-  const auto unit = [&](std::size_t at) -> char32_t { return NumberAt(text, at, 2, order).value_or(0); };
+  const auto unit = [&](std::size_t at) -> char32_t {
+    return NumberAt(text, at, 2, order).value_or(0);
+  };
   for (std::size_t at = 0; at < text.size() && (unit(at) != 0 || text.size() - at == 1); at += 2) {
     const char32_t first = text.size() - at == 1 ? kReplacement : unit(at);
     const char32_t second = unit(at + 2);
@@ -98,9 +104,12 @@ std::string CleanCaption(std::string_view text) {
   };
   for (std::size_t n = 0; n < text.size(); ++n) {
     const bool pair = text[n] == '\r' && n + 1 < text.size() && text[n + 1] == '\n';
-    if (text[n] == '\n' || (text[n] == '\r' && !pair)) endLine();
-    else if (text[n] == '\t') line += ' ';
-    else if (!IsControl(text[n])) line += text[n];
+    if (text[n] == '\n' || (text[n] == '\r' && !pair))
+      endLine();
+    else if (text[n] == '\t')
+      line += ' ';
+    else if (!IsControl(text[n]))
+      line += text[n];
   }
   endLine();
   TrimEnd(clean);
