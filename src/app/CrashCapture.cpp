@@ -3,10 +3,12 @@
 #include "app/Instance.h"
 #include "app/Integrity.h"
 #include "app/Paths.h"
+#include "base/StackReserve.h"
 #include "base/win_owned.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <dbghelp.h>
@@ -16,6 +18,10 @@
 namespace {
 
 constexpr std::int32_t kWindowsXp = 7;  // an OsVersionCode
+// How long somebody waits for the work on a crash: it may need a lock that a
+// crashed thread holds, and then it never ends.
+constexpr DWORD kMostWorkMs = 120000;
+constexpr DWORD kMostEndMs = 5000;
 
 constexpr char kDamagedInCrash[] =
     "The screensaver has encountered an error and has found that one or\n"
@@ -32,44 +38,22 @@ constexpr char kDamagedInCrash[] =
 
 void OnAbort(int) { RaiseForFilter(kAborted); }
 
+// --- The work on a crash
+
+struct Crash {
+  DWORD threadId;
+  EXCEPTION_POINTERS* pointers;
+};
+
 using WriteDump = decltype(&MiniDumpWriteDump);
 
-// The tool looks for a dump that is newer than itself, so it comes first.
-void OfferReport(EXCEPTION_POINTERS* exceptionPointers) {
-  ShellExecuteA(nullptr, "open", ReportToolPath.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
-  WriteMinidump(exceptionPointers);
-}
+std::atomic<bool> tellingUser = false;  // who may take any time
 
-}  // namespace
-
-void CatchCrashes() {
-  SetUnhandledExceptionFilter(UnhandledFilter);
-  std::set_terminate(OnTerminate);
-  std::signal(SIGABRT, OnAbort);
-  // abort would show the run time's own box before it comes here.
-  _set_error_mode(_OUT_TO_STDERR);
-}
-
-// The record is missing in a crash before it was made: then nobody is known to
-// want a report.
-LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers) {
-  if (!VerifyFiles())
-    MessageBoxA(nullptr, kDamagedInCrash, "Velmora 2", MB_ICONERROR);
-  else if (ss && ss->ShowBugReport)
-    OfferReport(exceptionPointers);
-  if (ss) {
-    SetCrashFlag(0);
-    SetCriticalError(0);
-  }
-  ReleaseMutex(InstanceMutex);
-  return EXCEPTION_EXECUTE_HANDLER;
-}
-
-bool WriteMinidump(EXCEPTION_POINTERS* exceptionPointers) {
+bool WriteDumpOf(const Crash& crash) {
   if (OsVersionCode < kWindowsXp) return false;
   MINIDUMP_EXCEPTION_INFORMATION information{};
-  information.ThreadId = GetCurrentThreadId();
-  information.ExceptionPointers = exceptionPointers;
+  information.ThreadId = crash.threadId;
+  information.ExceptionPointers = crash.pointers;
   information.ClientPointers = TRUE;
   const HANDLE opened =
       CreateFileA(MinidumpPath().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
@@ -81,4 +65,138 @@ bool WriteMinidump(EXCEPTION_POINTERS* exceptionPointers) {
   const auto write = ProcAddress<WriteDump>(library.get(), "MiniDumpWriteDump");
   return write && write(GetCurrentProcess(), GetCurrentProcessId(), file.get(),
                         static_cast<MINIDUMP_TYPE>(DumpType), &information, nullptr, nullptr);
+}
+
+void TellOfDamage() {
+  tellingUser = true;
+  MessageBoxA(nullptr, kDamagedInCrash, "Velmora 2", MB_ICONERROR);
+  tellingUser = false;
+}
+
+// The tool looks for a dump that is newer than itself, so it comes first.
+void OfferReport(const Crash& crash) {
+  ShellExecuteA(nullptr, "open", ReportToolPath.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  WriteDumpOf(crash);
+}
+
+// The record is missing in a crash before it was made: then nobody is known to
+// want a report.
+void TellAndClear(const Crash& crash) {
+  if (!VerifyFiles())
+    TellOfDamage();
+  else if (ss && ss->ShowBugReport)
+    OfferReport(crash);
+  if (ss) {
+    SetCrashFlag(0);
+    SetCriticalError(0);
+  }
+}
+
+// --- Who does it
+
+// A thread with a stack of its own, made beforehand: one that has used up its stack
+// has next to nothing left, and can only say so and wait. It ends with the process.
+class SpareThread {
+ public:
+  SpareThread() : thread_(CreateThread(nullptr, 0, Entry, this, 0, &id_)) {}
+
+  bool IsThere() const { return begin_ && thread_; }
+  DWORD Id() const { return id_; }
+  void HandOver(const Crash& crash) {
+    crash_ = crash;
+    SetEvent(begin_.get());
+  }
+
+ private:
+  static DWORD WINAPI Entry(void* self) {
+    static_cast<SpareThread*>(self)->Run();
+    return 0;
+  }
+  void Run();
+
+  Crash crash_{};
+  const KernelHandle begin_{CreateEventA(nullptr, FALSE, FALSE, nullptr)};
+  DWORD id_ = 0;
+  const KernelHandle thread_;
+};
+
+SpareThread* spareThread = nullptr;
+HANDLE workDone = nullptr;             // an event
+std::atomic<DWORD> crashedThread = 0;  // whose crash is worked on
+
+// The thread that crashed brings the process's end, unless its last bit of stack
+// didn't do even for waiting.
+void SpareThread::Run() {
+  WaitForSingleObject(begin_.get(), INFINITE);
+  TellAndClear(crash_);
+  SetEvent(workDone);
+  Sleep(kMostEndMs);
+  TerminateProcess(GetCurrentProcess(), EXCEPTION_STACK_OVERFLOW);
+}
+
+void AwaitWork() {
+  while (WaitForSingleObject(workDone, kMostWorkMs) == WAIT_TIMEOUT && tellingUser) {
+  }
+}
+
+bool NeedsSpareThread(const Crash& crash) {
+  return crash.pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+}
+
+void Work(const Crash& crash) {
+  if (NeedsSpareThread(crash) && spareThread && spareThread->IsThere()) {
+    spareThread->HandOver(crash);
+    AwaitWork();
+  } else {
+    TellAndClear(crash);
+  }
+}
+
+// False if another crash is worked on, and nothing is left to do but to end. It may
+// be one of the work itself; a thread that crashes beside it lets it finish and end
+// the process first.
+bool BeginWork(DWORD thread) {
+  DWORD other = 0;
+  if (crashedThread.compare_exchange_strong(other, thread)) {
+    ResetEvent(workDone);
+    return true;
+  }
+  const bool ofTheWork = thread == other || (spareThread && thread == spareThread->Id());
+  if (!ofTheWork) {
+    AwaitWork();
+    Sleep(kMostEndMs);
+  }
+  return false;
+}
+
+void EndWork() {
+  SetEvent(workDone);
+  crashedThread = 0;
+}
+
+}  // namespace
+
+void CatchCrashes() {
+  SetUnhandledExceptionFilter(UnhandledFilter);
+  std::set_terminate(OnTerminate);
+  std::signal(SIGABRT, OnAbort);
+  // abort would show the run time's own box before it comes here.
+  _set_error_mode(_OUT_TO_STDERR);
+  KeepStackForItsOverflow();
+  if (spareThread) return;
+  workDone = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  spareThread = new SpareThread;
+}
+
+LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers) {
+  const DWORD thread = GetCurrentThreadId();
+  if (!BeginWork(thread)) return EXCEPTION_EXECUTE_HANDLER;
+  Work({thread, exceptionPointers});
+  ReleaseMutex(InstanceMutex);
+  EndWork();
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
+bool WriteMinidump(EXCEPTION_POINTERS* exceptionPointers) {
+  return WriteDumpOf({GetCurrentThreadId(), exceptionPointers});
 }

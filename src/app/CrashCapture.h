@@ -2,7 +2,8 @@
 // The net under the program: what a crash tells and leaves behind for a report.
 //
 // A crash may fall on any thread; the others go on meanwhile. So all of this
-// touches only files, the registry and the instance's mutex.
+// touches only files, the registry and the instance's mutex. It is done on the
+// thread that crashed, unless that has used up its stack.
 
 #include "base/win.h"
 
@@ -12,13 +13,15 @@ inline constexpr DWORD kUncaughtException = 0xE0000001;
 inline constexpr DWORD kAborted = 0xE0000002;
 
 // From here on every crash, on any thread, ends in UnhandledFilter: faults, C++
-// exceptions that nobody catches, and abort. WinMain's first act.
+// exceptions that nobody catches, and abort. Makes the thread that does the work
+// after a stack overflow. WinMain's first act.
 void CatchCrashes();
 
 // Tells the user if the program's files are damaged; else, if the user wants
 // reports, starts the report tool and then writes the dump. Leaves no error
 // for the next start. Always EXCEPTION_EXECUTE_HANDLER: the process ends without
-// the system's own box, and the display mode goes back with it.
+// the system's own box, and the display mode goes back with it. A thread that
+// crashes while another crash is worked on waits for the end of that work.
 LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers);
 
 // Writes MinidumpPath() for the exception of the calling thread, with what

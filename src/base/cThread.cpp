@@ -1,5 +1,7 @@
 #include "base/cThread.h"
 
+#include "base/StackReserve.h"
+
 cThread::~cThread() { Stop(); }
 
 unsigned int cThread::Run() { return 0; }
@@ -28,7 +30,10 @@ void cThread::Stop() {
   handle = nullptr;
 }
 
-DWORD WINAPI cThread::Entry(void* self) { return static_cast<cThread*>(self)->Run(); }
+DWORD WINAPI cThread::Entry(void* self) {
+  KeepStackForItsOverflow();
+  return static_cast<cThread*>(self)->Run();
+}
 
 void cMonitor::Lock() {
   WaitForSingleObject(mutex, INFINITE);

@@ -4,17 +4,26 @@ A crash is made from outside, as by a debugger: a thread of the running program
 is made to go on at an address where there is no code.
 """
 
+import contextlib
+
 import pytest
 
 from harness import bundles, pictures, sound
 from harness.integrity import WholeInstallation
 from harness.minidump import Minidump
+from harness.saver import SETTINGS_KEY
 from harness.waiting import wait_until
+from harness.webserver import WebServer, hang
 
 pytestmark = pytest.mark.display(width=320, height=240)
 
 NOWHERE = 0x10
-ACCESS_VIOLATION, ABORTED = 0xC0000005, 0xE0000002
+ACCESS_VIOLATION, STACK_OVERFLOW, ABORTED = 0xC0000005, 0xC00000FD, 0xE0000002
+CALL_OF_ITSELF = "e8fbffffff"  # a subroutine that does nothing else
+SETTINGS_TITLE, ABOUT_TITLE = "Velmora 2  v 1.0", "About Velmora 2  v 1.0"
+ABOUT_BUTTON, UPDATES_BUTTON = 1049, 1095
+UPDATES_HOST = b"updates.velmora2.invalid"  # of the build that ships
+WM_NULL, WM_COMMAND = 0, 0x0111
 TOOL, TOOL_TITLE = "ReportErr.exe", "Velmora 2 error report"
 DUMP_SIZE, SEND = 1007, 1  # controls of the tool
 DAMAGED = (
@@ -48,6 +57,18 @@ class Stage:
         thread = self.hand.value("window-thread", window["hwnd"])
         return self.hand.value("derail-in", window["pid"], module, address, thread, int(main))
 
+    def open_settings(self, program="Velmora2.scr"):
+        """The settings window."""
+        self.run = self.desktop.start("/c", program=program)
+        return self.hand.wait_for_box(SETTINGS_TITLE, alive=self.run.ended)
+
+    def derail_waiting_thread(self, window):
+        """Has a window's thread go on nowhere once it is woken."""
+        thread = self.hand.value("window-thread", window["hwnd"])
+        self.hand.ask("derail-waiting", thread, NOWHERE)
+        self.hand.ask("post", window["hwnd"], WM_NULL, 0, 0)
+        return thread
+
     def derail_main_thread(self, address=NOWHERE):
         return self.derail("Velmora2.scr", address, True)
 
@@ -78,7 +99,13 @@ class Stage:
             w for w in self.hand.windows("#32770", TOOL_TITLE) if w["visible"]], 60)[0]
         return {c["id"]: c for c in self.hand.children(window["hwnd"])}
 
-    def assert_reported(self, thread, code=ACCESS_VIOLATION):
+    def stored(self):
+        """All that the registry has of the user's settings, but for the flags of runs."""
+        hand, flags = self.hand, {"CrashFlag", "CriticalError", "DoChecksum"}
+        return {name: hand.get_raw("HKCU", SETTINGS_KEY, name)
+                for name in hand.value_names("HKCU", SETTINGS_KEY) if name not in flags}
+
+    def assert_reported(self, thread, code=ACCESS_VIOLATION, program="Velmora2.scr"):
         """The tool runs, and the dump tells where that thread was."""
         assert self.tools() == 1
         dump = self.dump()
@@ -87,8 +114,8 @@ class Stage:
             assert (dump.address, dump.eip) == (NOWHERE, NOWHERE)
         crashed = dump.thread()
         assert crashed.stack, "its stack is in the dump"
-        ours = dump.module("Velmora2.scr")
-        assert ours.path == self.desktop.prefix.windows_path(self.desktop.install / "Velmora2.scr")
+        ours = dump.module(program)
+        assert ours.path == self.desktop.prefix.windows_path(self.desktop.install / program)
         assert ours.size > 100000
         return dump
 
@@ -144,6 +171,53 @@ def test_crash_on_a_sound_thread_is_dumped(stage):
         assert stage.assert_reported(thread).module("fmod.dll")
     finally:
         server.close()
+
+
+def test_stack_overflow_is_dumped(stage):
+    stage.start().wait_for_show()
+    code = stage.hand.value("put-code", stage.window()["pid"], CALL_OF_ITSELF)
+    thread = stage.derail_main_thread(code)
+    stage.wait_quiet_end()
+    dump = stage.assert_reported(thread, STACK_OVERFLOW)
+    assert dump.eip == code
+    assert len(dump.thread().stack) > 500_000, "all of its stack"
+
+
+@pytest.mark.parametrize("inner", [None, (ABOUT_BUTTON, ABOUT_TITLE)], ids=["alone", "about box"])
+def test_crash_while_the_settings_window_is_open_is_dumped(stage, inner):
+    settings = window = stage.open_settings()
+    if inner:
+        stage.hand.ask("post", settings["hwnd"], WM_COMMAND, inner[0], 0)
+        window = stage.hand.wait_for_box(inner[1], alive=stage.run.ended)
+    before = stage.stored()
+    thread = stage.derail_waiting_thread(window)
+    stage.wait_quiet_end()
+    stage.assert_reported(thread)
+    assert stage.stored() == before
+    stage.hand.ask("end-programs", TOOL)
+    stage.open_settings()
+    assert len(stage.hand.boxes()) == 1, "the crash has been told already"
+
+
+def test_crash_on_the_update_checks_thread_is_dumped(stage):
+    """The thread waits for an answer and crashes when the connection ends."""
+    with contextlib.closing(WebServer()) as server:
+        server.answer = hang
+        program = stage.desktop.install / "Velmora2.exe"
+        code = program.read_bytes()
+        assert code.count(UPDATES_HOST) == 1, "the build has another host for updates"
+        program.write_bytes(
+            code.replace(UPDATES_HOST, server.host.encode().ljust(len(UPDATES_HOST), b"\0")))
+        stage.files = WholeInstallation(stage.desktop)
+        settings = stage.open_settings("Velmora2.exe")
+        own = ("threads-from", settings["pid"], "Velmora2.exe")
+        before = stage.hand.ask(*own)
+        stage.hand.ask("post", settings["hwnd"], WM_COMMAND, UPDATES_BUTTON, 0)
+        wait_until("the request", lambda: server.requests, alive=stage.run.ended)
+        thread, = set(stage.hand.ask(*own)) - set(before)
+        stage.hand.ask("derail-waiting", thread, NOWHERE)
+    stage.wait_quiet_end()
+    stage.assert_reported(thread, program="Velmora2.exe")
 
 
 def test_call_of_abort_is_dumped_without_the_run_times_own_box(stage):

@@ -333,6 +333,80 @@ std::string DerailIn(const Words& words) {
   return Error(ERROR_TIMEOUT);
 }
 
+constexpr DWORD kStillMs = 30;
+constexpr int kStillSamples = 4;
+
+DWORD PlaceOf(HANDLE thread) {
+  CONTEXT context = {};
+  context.ContextFlags = CONTEXT_CONTROL;
+  if (SuspendThread(thread) == static_cast<DWORD>(-1)) return 0;
+  const bool known = GetThreadContext(thread, &context);
+  ResumeThread(thread);
+  return known ? context.Eip : 0;
+}
+
+// Waits until a thread stays where it is: then it waits for the system and holds no
+// lock. Its place, 0 if it never does.
+DWORD WaitUntilStill(HANDLE thread) {
+  const DWORD start = GetTickCount();
+  DWORD place = 0;
+  for (int same = 0; GetTickCount() - start < kFindThreadLimitMs; Sleep(kStillMs)) {
+    const DWORD now = PlaceOf(thread);
+    same = now == place ? same + 1 : 0;
+    place = now;
+    if (place && same == kStillSamples) return place;
+  }
+  return 0;
+}
+
+// thread, address: has a thread that waits in the system go on there once its wait
+// is over
+std::string DerailWaiting(const Words& words) {
+  const auto id = static_cast<DWORD>(Number(words.at(1)));
+  const KernelHandle thread(OpenThread(
+      THREAD_SUSPEND_RESUME | THREAD_GET_CONTEXT | THREAD_SET_CONTEXT, FALSE, id));
+  const DWORD place = thread ? WaitUntilStill(thread.get()) : 0;
+  const bool derailed =
+      place && Derail(id, static_cast<DWORD>(Number(words.at(2))), Range{place, place + 1});
+  return derailed ? Value(1) : Error(ERROR_TIMEOUT);
+}
+
+using QueryThread = LONG(WINAPI*)(HANDLE thread, ULONG what, void* to, ULONG size, ULONG* used);
+
+// Where a thread began; 0 if that isn't known.
+DWORD StartOf(DWORD id) {
+  constexpr ULONG kStartAddress = 9;
+  const auto query =
+      ProcAddress<QueryThread>(GetModuleHandleA("ntdll.dll"), "NtQueryInformationThread");
+  const KernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
+  DWORD start = 0;
+  if (thread) query(thread.get(), kStartAddress, &start, sizeof start, nullptr);
+  return start;
+}
+
+// process, module: the threads that began in that module's code
+std::string ThreadsFrom(const Words& words) {
+  const auto process = static_cast<DWORD>(Number(words.at(1)));
+  const std::optional<Range> module = FindModule(process, words.at(2));
+  if (!module) return Error(ERROR_MOD_NOT_FOUND);
+  std::string json = "[";
+  for (const DWORD id : ThreadsOf(process))
+    if (module->Holds(StartOf(id))) json += (json.size() > 1 ? ", " : "") + std::to_string(id);
+  return json + "]";
+}
+
+// process, bytes in hex: puts code into the process; its address there
+std::string PutCode(const Words& words) {
+  const KernelHandle process(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE,
+                                         static_cast<DWORD>(Number(words.at(1)))));
+  const std::vector<BYTE> code = Bytes(words.at(2));
+  void* const at = VirtualAllocEx(process.get(), nullptr, code.size(), MEM_COMMIT | MEM_RESERVE,
+                                  PAGE_EXECUTE_READWRITE);
+  if (!at || !WriteProcessMemory(process.get(), at, code.data(), code.size(), nullptr))
+    return LastError();
+  return Value(static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(at)));
+}
+
 // module, function: its address, which is the same in every process
 std::string FunctionAddress(const Words& words) {
   const HMODULE module = GetModuleHandleA(words.at(1).c_str());
@@ -468,6 +542,9 @@ const std::map<std::string, std::function<std::string(const Words&)>> kCommands 
     {"attributes", FileAttributes},
     {"window-thread", WindowThread},
     {"derail-in", DerailIn},
+    {"derail-waiting", DerailWaiting},
+    {"threads-from", ThreadsFrom},
+    {"put-code", PutCode},
     {"function-address", FunctionAddress},
     {"start-program", StartProgram},
     {"end-process", EndProcess},

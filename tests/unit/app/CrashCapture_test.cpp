@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <dbghelp.h>
@@ -60,17 +61,84 @@ void ThrowFromNoexcept() noexcept { Throw(); }
 
 DWORD WINAPI ThrowOnThread(void*) { Throw(); }
 
+// Behind a pointer, since the compiler sees through a function that calls itself.
+using CallDeeper = int (*)(int);
+extern const volatile CallDeeper kCallDeeper;
+
+int CallItself(int depth) {
+  volatile char room[200];
+  room[depth % 200] = static_cast<char>(depth);
+  return kCallDeeper(depth + 1) + room[0];
+}
+
+const volatile CallDeeper kCallDeeper = CallItself;
+
+void OverflowStack() { CallItself(0); }
+
+DWORD WINAPI OverflowOnThread(void*) {
+  OverflowStack();
+  return 0;
+}
+
+void OnSystemThread(LPTHREAD_START_ROUTINE run) {
+  const KernelHandle thread(CreateThread(nullptr, 0, run, nullptr, 0, nullptr));
+  WaitForSingleObject(thread.get(), INFINITE);
+}
+
+// Whoever works on the crash and wants the heap waits for ever, then.
+void OverflowWithTheHeapLocked() {
+  static const auto wait = REAL_IMPORT("kernel32.dll", WaitForSingleObject);
+  HOOK_IMPORT(impatient, "kernel32.dll", WaitForSingleObject, [](HANDLE object, DWORD limit) {
+    return wait(object, limit == INFINITE ? INFINITE : std::min<DWORD>(limit, 300));
+  });
+  HeapLock(GetProcessHeap());
+  OverflowStack();
+}
+
+constexpr DWORD kSecondReport = 77;
+
+DWORD WINAPI FaultOnThread(void*) {
+  Fault();
+  return 0;
+}
+
+// While the first crash is worked on, another thread crashes.
+void CrashOnTwoThreads() {
+  static int reports = 0;
+  HOOK_IMPORT(tool, "shell32.dll", ShellExecuteA,
+              [](HWND, LPCSTR, LPCSTR, LPCSTR, LPCSTR, INT) -> HINSTANCE {
+                if (++reports > 1) ExitProcess(kSecondReport);
+                const KernelHandle thread(
+                    CreateThread(nullptr, 0, FaultOnThread, nullptr, 0, nullptr));
+                WaitForSingleObject(thread.get(), 500);  // it would report, or end the process
+                return nullptr;
+              });
+  Throw();
+}
+
+// The work on the crash crashes.
+void CrashInTheWork(void (*first)()) {
+  HOOK_IMPORT(tool, "shell32.dll", ShellExecuteA,
+              [](HWND, LPCSTR, LPCSTR, LPCSTR, LPCSTR, INT) -> HINSTANCE {
+                Fault();
+                return nullptr;
+              });
+  first();
+}
+
 const std::map<std::string, std::function<void()>> kCrashes = {
     {"fault", Fault},
     {"throw", Throw},
     {"noexcept", ThrowFromNoexcept},
     {"abort", [] { std::abort(); }},
     {"thread", [] { std::thread(Throw).join(); }},
-    {"system thread",
-     [] {
-       const KernelHandle thread(CreateThread(nullptr, 0, ThrowOnThread, nullptr, 0, nullptr));
-       WaitForSingleObject(thread.get(), INFINITE);
-     }},
+    {"system thread", [] { OnSystemThread(ThrowOnThread); }},
+    {"overflow", OverflowStack},
+    {"overflow on thread", [] { OnSystemThread(OverflowOnThread); }},
+    {"overflow with the heap locked", OverflowWithTheHeapLocked},
+    {"two threads", CrashOnTwoThreads},
+    {"fault in the work", [] { CrashInTheWork(Fault); }},
+    {"fault in the work after overflow", [] { CrashInTheWork(OverflowStack); }},
 };
 
 // Stands in for a run of the saver that crashes, with a good installation in the
@@ -117,7 +185,10 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("throw", kUncaughtException),
                     std::pair("noexcept", kUncaughtException), std::pair("abort", kAborted),
                     std::pair("thread", kUncaughtException),
-                    std::pair("system thread", kUncaughtException)));
+                    std::pair("system thread", kUncaughtException),
+                    std::pair("overflow", DWORD{EXCEPTION_STACK_OVERFLOW}),
+                    std::pair("overflow on thread", DWORD{EXCEPTION_STACK_OVERFLOW}),
+                    std::pair("two threads", kUncaughtException)));
 
 TEST_P(Crash, EndsInTheFilterWhereverItHappens) {
   ASSERT_FALSE(kCrashingProcess);
@@ -128,6 +199,14 @@ TEST_P(Crash, EndsInTheFilterWhereverItHappens) {
   const support::Installation files;
   EXPECT_EQ(RunCrash(kind, files.Folder()), code);
   EXPECT_EQ(user.Dword("CrashFlag"), 0u) << "the filter clears it";
+}
+
+TEST(CrashInCrash, EndsEvenIfTheWorkOnItCannot) {
+  ASSERT_FALSE(kCrashingProcess);
+  const support::Installation files;
+  for (const char* kind : {"overflow with the heap locked", "fault in the work",
+                           "fault in the work after overflow"})
+    EXPECT_NE(RunCrash(kind, files.Folder()), 0u) << kind;
 }
 
 // --- The filter, called by hand ---
