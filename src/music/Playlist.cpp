@@ -1,6 +1,7 @@
 #include "music/Playlist.h"
 
 #include "base/StdFile.h"
+#include "base/win.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -105,6 +106,15 @@ std::string SavePath(const char* fileName) {
   return _fullpath(full, relative.c_str(), sizeof full) ? full : "";
 }
 
+// False if the file can't be made or its disk is full.
+template <class Write>
+bool WriteWhole(const std::string& path, Write write) {
+  const StdFile file(std::fopen(path.c_str(), "wt"));
+  if (!file) return false;
+  write(file.get());
+  return std::fflush(file.get()) == 0 && !std::ferror(file.get());
+}
+
 }  // namespace
 
 Playlist::Playlist(const char* fileName) { Load(fileName); }
@@ -185,11 +195,15 @@ bool Playlist::Save(const char* fileName, std::int32_t saveFormat) const try {
   if (count == 0 || !entries || !fileName) return false;
   if (saveFormat != kPlaylistM3U && saveFormat != kPlaylistPLS) return false;
   const std::string target = SavePath(fileName);
-  const StdFile file(std::fopen(target.c_str(), "wt"));
-  if (!file) return false;
+  if (target.empty()) return false;
+  // Written beside its place, so that a full disk doesn't cost the old list, too.
+  const std::string beside = target + ".tmp";
   const auto write = saveFormat == kPlaylistM3U ? WriteM3U : WritePLS;
-  write(file.get(), entries, count);
-  return true;
+  if (WriteWhole(beside, [&](std::FILE* file) { write(file, entries, count); }) &&
+      MoveFileExA(beside.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
+    return true;
+  DeleteFileA(beside.c_str());
+  return false;
 } catch (const std::bad_alloc&) {
   return false;
 }

@@ -118,3 +118,31 @@ def test_help_of_letters_in_the_folders_name_does_not_count(staged):
     run = staged.start("/s")
     run.wait_for_log(SAVER)
     assert modes_of(staged) == {SAVER}
+
+
+ENDLESS = 30000  # characters; the system's own limit is at 32767
+
+
+@pytest.mark.parametrize("arguments, mode", [
+    (["/s" + "x" * ENDLESS], SAVER),
+    (["/s", "/dumpType", "9" * ENDLESS], SAVER),
+    (["/s"] + ["/dumpType"] * (ENDLESS // 10), SAVER),
+    (["/c", "x" * ENDLESS], CONFIG),
+    (["/x", '"' * (ENDLESS // 2)], None),
+    (["\\" * ENDLESS], None),
+], ids=["one word", "number", "many words", "dialog", "quotes", "backslashes"])
+def test_command_line_of_any_length_is_read(staged, arguments, mode):
+    run = staged.start(*arguments)
+    if mode:
+        run.wait_for_log(mode)
+    else:
+        assert run.wait_end() == 0
+    assert modes_of(staged) == ({mode} if mode else set())
+
+
+def test_preview_in_a_window_that_there_cannot_be_ends(staged):
+    run = staged.start("/p", "9" * ENDLESS)
+    box = wait_until("a box", staged.hand.boxes, alive=run.ended)[0]
+    assert box["text"] == "Error initializing"
+    staged.hand.answer_box(box)
+    assert run.wait_end() == 0

@@ -5,7 +5,7 @@ import struct
 import pytest
 
 from harness.deskhand import REG_BINARY, REG_DWORD, REG_SZ
-from harness.saver import SETTINGS_KEY
+from harness.saver import SETTINGS_KEY, SYSTEM_KEY
 from harness.waiting import wait_until
 
 pytestmark = pytest.mark.display(width=320, height=240)
@@ -57,6 +57,63 @@ def test_value_of_a_wrong_form_keeps_the_default(empty, kind, data):
     for _, name, _ in SHOWN:
         empty.hand.set_raw("HKCU", SETTINGS_KEY, name, kind, data)
     assert settings_in_log(empty) == {label: default for label, _, default in SHOWN}
+
+
+NUMBERS = [name for _, name, _ in SHOWN] + [
+    "DebugLog", "BitmapText", "StretchWallpaper", "ShowSpeedtip", "ShowBugReport", "CrashFlag",
+    "DoChecksum", "CriticalError", "BlankAllScreens", "AutoPerformance", "ShowCaptions",
+    "CaptionFontSize", "CaptionOrientation", "CaptionItalic", "CaptionBold"]
+TEXTS = ["MusicVol", "AvgFps", "ImageDelay", "DispModeWidth", "DispModeHeight", "DispModeBits",
+         "CaptionFont"]
+REG_NONE, REG_EXPAND_SZ, REG_MULTI_SZ, REG_QWORD, UNKNOWN_TYPE = 0, 2, 7, 11, 4711
+# None of them is a setting's own form.
+FORMS = [
+    (REG_DWORD, b""), (REG_SZ, b""), (REG_DWORD, bytes(3)), (REG_DWORD, b"\1" * 8),
+    (REG_BINARY, b"\xff" * 4), (REG_SZ, b"7" * 1023), (REG_SZ, b"\xff" * 5001), (REG_NONE, b"\1"),
+    (REG_EXPAND_SZ, b"%PATH%"), (REG_MULTI_SZ, b"a\0b\0\0"), (REG_QWORD, b"\1" * 8),
+    (UNKNOWN_TYPE, b"x" * 70000)]
+
+
+def store_odd_values(hand, shift):
+    """Each value in another form than its own; which one follows from `shift`."""
+    places = ([("HKCU", SETTINGS_KEY, name) for name in NUMBERS + TEXTS]
+              + [("HKLM", SYSTEM_KEY, name)
+                 for name in ("Password Delay", "Mouse Threshold", "Mute Sound")]
+              + [("HKLM", SETTINGS_KEY, "VideoGUID")])
+    for number, place in enumerate(places):
+        hand.set_raw(*place, *FORMS[(number + shift) % len(FORMS)])
+
+
+@pytest.mark.parametrize("shift", [0, 5])
+def test_values_of_any_type_and_length_stop_neither_the_saver_nor_the_dialog(empty, shift):
+    store_odd_values(empty.hand, shift)
+    # These of all are looked at by the test itself.
+    for name in ("DebugLog", "PlayMusic", "DispModeWidth"):
+        empty.hand.delete_value("HKCU", SETTINGS_KEY, name)
+    empty.settings(PlayMusic=0)
+    run = empty.start("/s").wait_for_show()
+    assert run.quit() == 0
+    run = empty.start("/c")
+    window = empty.hand.wait_for_box("Velmora 2  v 1.0", alive=run.ended)
+    empty.hand.ask("post", window["hwnd"], 0x0111, 1, 0)  # its OK stores all settings
+    assert run.wait_end() == 0
+    for name in set(NUMBERS) - {"CrashFlag", "DoChecksum", "CriticalError"}:
+        assert empty.setting_dword(name) is not None
+    assert empty.setting_text("CaptionFont") is not None
+
+
+def test_numbers_far_out_of_their_range_do_no_harm(desktop, four_pictures):
+    """In both modes; a delay that is no time at all means one picture after the other."""
+    desktop.slides(four_pictures, [(p.name, "a caption") for p in four_pictures])
+    most, least = 0x7FFFFFFF, 0x80000000
+    desktop.settings(CramSize=least, CaptionFontSize=most, CaptionOrientation=most, ShowCaptions=1,
+                     MusicVol="-99999999999", AvgFps="nan", ImageDelay="-1e30", MipMap=least,
+                     StretchWallpaper=most, SetAsWallpaper=most, CaptionFont="\xff" * 900)
+    for fast, delay in ((1, "-1e30"), (1, "inf"), (0, "nan")):
+        desktop.settings(FastMode=fast, ImageDelay=delay)
+        run = desktop.start("/s").wait_for_show()
+        assert run.quit() == 0
+        assert desktop.log()[-1] == "Successfully exiting WinMain"
 
 
 def test_display_mode_is_stored_as_text(desktop, four_pictures):

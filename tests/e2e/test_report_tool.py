@@ -237,6 +237,31 @@ def test_user_may_leave_while_the_report_is_being_sent(tool, server):
     assert tool.run.wait_end(60) == 0
 
 
+def test_tool_that_crashes_ends_without_a_box_and_may_be_started_anew(tool, server):
+    """Its worker waits for an answer and crashes when the connection ends; Wine would
+    show its box."""
+    server.answer = hang
+    tool.log_file.write_bytes(LOG_TEXT)
+    tool.dump_file.write_bytes(dump_bytes())
+    tool.start().press(SEND)
+    wait_for_report(server, tool)
+    process = next(w["pid"] for w in tool.hand.windows("#32770", TITLE))
+    main = tool.hand.value("window-thread", tool.window)
+    worker, = set(tool.hand.ask("threads-from", process, "ReportErr.exe")) - {main}
+    tool.hand.set_dword("HKCU", r"Software\Wine\WineDbg", "ShowCrashDialog", 1)
+    try:
+        tool.hand.ask("derail-waiting", worker, 0x10)
+        server.close()
+        assert tool.run.wait_end(60) != 0
+        assert not tool.hand.boxes()
+    finally:
+        tool.hand.set_dword("HKCU", r"Software\Wine\WineDbg", "ShowCrashDialog", 0)
+    tool.start()
+    tool.wait_for_text(DUMP_SIZE, " KB")
+    assert tool.log_file.read_bytes() == LOG_TEXT
+    tool.leave()
+
+
 def test_user_may_leave_at_once_and_nothing_is_sent(tool, server):
     tool.start().leave()
     assert not server.requests

@@ -1,5 +1,7 @@
 """The dialogs behind the settings window's buttons, by mouse and keys."""
 
+import resource
+
 import numpy
 import pytest
 
@@ -119,6 +121,25 @@ def test_an_emptied_list_leaves_no_file(songs):
     songs.hand.answer_box(songs.hand.wait_for_box(SURE, window.run.ended), YES)
     music.wait_gone()
     window.cancel()
+
+
+def test_a_full_disk_keeps_the_old_list(songs):
+    old = b"#EXTM3U\r\n" + b"".join(b"C:\\songs\\%d.mp3\r\n" % n for n in range(100))
+    playlist(songs).parent.mkdir(parents=True, exist_ok=True)
+    playlist(songs).write_bytes(old)
+    # Python ignores the signal that comes with a write beyond the limit; so must the program.
+    window = SettingsWindow(songs, restore_signals=False)
+    music = window.open("music", MUSIC)
+    music.wait_for_text(1106, "100\nFiles")
+    music.press(1103, down=6)  # the first row
+    songs.display.key("Delete")
+    music.wait_for_text(1106, "99\nFiles")
+    resource.prlimit(window.run.process.pid, resource.RLIMIT_FSIZE, (1000, 1000))
+    music.press(OK)
+    music.wait_gone()
+    window.cancel()
+    assert playlist(songs).read_bytes() == old
+    assert len([f for f in playlist(songs).parent.iterdir() if "M3U" in f.name]) == 1
 
 
 def test_the_settings_window_has_the_keys_back_afterwards(songs):

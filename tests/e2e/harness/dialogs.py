@@ -57,8 +57,8 @@ class SettingsWindow(Dialog):
 
     BUTTONS = {"music": 1087, "captions": 1035, "about": 1049, "updates": 1095}
 
-    def __init__(self, desktop):
-        super().__init__(desktop.start(program="Velmora2.exe"), SETTINGS_TITLE)
+    def __init__(self, desktop, **options):
+        super().__init__(desktop.start(program="Velmora2.exe", **options), SETTINGS_TITLE)
 
     def open(self, button, title):
         """Opens one of the other dialogs."""

@@ -215,7 +215,7 @@ class Desktop:
     def log_bytes(self):
         try:
             return (self.data_folder() / "VelmoraLog.txt").read_bytes()
-        except (FileNotFoundError, NotADirectoryError):
+        except (FileNotFoundError, NotADirectoryError, IsADirectoryError):
             return b""
 
     def log_text(self):

@@ -111,6 +111,15 @@ TEST(CommandLine, OnlyOneMarkIsSkipped) {
   ExpectOnly(ParseArguments("-"), RUNMODE_NONE, 0);
 }
 
+TEST(CommandLine, AnyLengthIsRead) {
+  const std::string endless(30000, 'x'), digits(30000, '9');
+  EXPECT_EQ(ParseArguments("s" + endless).runMode, RUNMODE_SAVER);
+  EXPECT_EQ(ParseArguments("p " + digits).parentNumber, 0xFFFFFFFFu);
+  EXPECT_EQ(ParseArguments(endless).command, StartRequest::Command::None);
+  EXPECT_EQ(ParseArguments(endless + " uninstall").command, StartRequest::Command::Uninstall);
+  EXPECT_EQ(ParseCommandLine(('"' + endless).c_str()).runMode, RUNMODE_CONFIG);
+}
+
 TEST(CommandLine, AnyOtherLetterStartsNothing) {
   for (const char* arguments : {"/x", "q", "/ s", "/?", "123", "\"/s\"", "\xE4"}) {
     SCOPED_TRACE(arguments);

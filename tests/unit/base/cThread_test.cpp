@@ -68,6 +68,17 @@ TEST(cThread, StartsOutWithoutAThread) {
   EXPECT_EQ(job.CreateFlags(), 4u);
 }
 
+// As much as the filter for crashes needs on a thread whose stack is used up.
+TEST(cThread, KeepsSomeStackForItsOverflow) {
+  const auto guarantee = ProcAddress<BOOL(WINAPI*)(ULONG*)>(GetModuleHandleA("kernel32.dll"),
+                                                            "SetThreadStackGuarantee");
+  ASSERT_NE(guarantee, nullptr);
+  ULONG kept = 0;  // asks, and changes nothing
+  Job job([&](Job&) { return guarantee(&kept) ? 0u : 1u; });
+  EXPECT_EQ(ExitCodeOf(Duplicate(job.Launch()).get()), 0u);
+  EXPECT_GE(kept, 16u * 1024);
+}
+
 TEST(cThread, StopOfANeverStartedThreadDoesNothing) {
   Job job;
   job.Stop();

@@ -313,6 +313,20 @@ TEST_F(PlaylistTest, SavingWhereNoFileCanBeIsFalse) {
   EXPECT_FALSE(list_.Save((In("no folder") + kSlash + "out.m3u").c_str(), kPlaylistM3U));
 }
 
+TEST_F(PlaylistTest, ASaveThatFailsKeepsTheOldListAndLeavesNothingBeside) {
+  Add(list_, {"C:\\a"});
+  ASSERT_TRUE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
+  EXPECT_FALSE(std::filesystem::exists(In("out.m3u.tmp")));
+  folder_.MakeFolder("out.m3u.tmp");  // where the new one would be written
+  Add(list_, {"C:\\b"});
+  EXPECT_FALSE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
+  Playlist old(In("out.m3u").c_str());
+  EXPECT_EQ(old.GetCount(), 1);
+  folder_.MakeFolder("taken.m3u");
+  EXPECT_FALSE(list_.Save(In("taken.m3u").c_str(), kPlaylistM3U));
+  EXPECT_FALSE(std::filesystem::exists(In("taken.m3u.tmp")));
+}
+
 // Sets the current folder for one test.
 class CurrentFolder {
  public:

@@ -290,6 +290,33 @@ TEST_F(Settings, ValuesOfAWrongTypeKeepTheirDefaults) {
   EXPECT_EQ(settings.CaptionFont, "Arial");
 }
 
+// Nothing but four bytes of the right type is a number, and nothing but 1024 bytes of
+// text at most is a text.
+TEST_F(Settings, ValuesOfAnyTypeAndLengthAreTakenOrLeft) {
+  constexpr DWORD kLastType = REG_QWORD;
+  for (DWORD type = REG_NONE; type <= kLastType; ++type)
+    for (const std::size_t length : {0, 1, 2, 3, 4, 5, 7, 8, 63, 64, 1022, 1023, 1024, 1025, 70000}) {
+      SCOPED_TRACE(testing::Message() << "type " << type << ", " << length << " bytes");
+      const RegistryValue odd{type, Bytes(length, '7')};
+      for (const DwordField& value : kDwordFields) user.Set(value.name, odd);
+      for (const char* name : {"MusicVol", "CaptionFont"}) user.Set(name, odd);
+      for (const char* name : {"Password Delay", "Mouse Threshold"}) system.Set(name, odd);
+      SaverSettings read;
+      read.ReadGeneralRegistry();
+      read.ReadRegistry();
+      const bool number = type == REG_DWORD && length == 4;
+      const bool text = type == REG_SZ && length > 0 && length < 1024;
+      for (const DwordField& value : kDwordFields)
+        EXPECT_EQ(read.*value.field, number ? 0x37373737 : value.byDefault) << value.name;
+      EXPECT_EQ(read.MouseThreshold, length == 4 ? 0x37373737 : 50) << "of any type";
+      if (text) {
+        EXPECT_EQ(read.CaptionFont, std::string(length, '7'));
+      } else if (type != REG_SZ || length > 1024) {
+        EXPECT_EQ(read.CaptionFont, "Arial");
+      }
+    }
+}
+
 // --- The machine's value ---
 
 TEST_F(Settings, TheCardOfTheLastRunIsRead) {
