@@ -2,6 +2,7 @@
 
 #include "slideshow/CImgLoadThread.h"
 
+#include "support/FailingNew.h"
 #include "support/ImportHook.h"
 #include "unit/slideshow/LoaderTest.h"
 
