@@ -19,6 +19,7 @@ SETTINGS_KEY = r"Software\Tarnwick\TarnwickSaver\Velmora2"
 FOLDERS_KEY = SETTINGS_KEY + r"\AppData"
 DESKTOP_KEY = r"Control Panel\Desktop"
 SYSTEM_KEY = r"Software\Microsoft\Windows\CurrentVersion\Screen Savers"
+DIRECT3D_KEY = r"Software\Wine\Direct3D"
 MUTEX = "VelmoraSaver"
 
 _LINE = re.compile(r"(?P<mark>[A-Z><! ]) (?P<file> *\S+)\[(?P<line>\d{4})\]"
@@ -157,7 +158,7 @@ class Desktop:
             run.kill()
         self.hand.ask("end-programs", "velmora")
         for root, key in (("HKCU", r"Software\Tarnwick"), ("HKLM", r"Software\Tarnwick"),
-                          ("HKLM", SYSTEM_KEY)):
+                          ("HKLM", SYSTEM_KEY), ("HKCU", DIRECT3D_KEY)):
             self.hand.delete_tree(root, key)
         for name in ("Wallpaper", "TileWallpaper", "WallpaperStyle"):
             self.hand.delete_value("HKCU", DESKTOP_KEY, name)

@@ -8,6 +8,7 @@
 // the windows made here stay alive; a thread reads the lines.
 
 #include "base/win_owned.h"
+#include "gauges.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -255,6 +256,52 @@ std::string EndPrograms(const Words& words) {
     if (process && TerminateProcess(process.get(), 1)) ++ended;
   }
   return Value(ended);
+}
+
+// ---- What programs hold
+
+std::vector<KernelHandle> heldEvents;
+std::vector<GdiBrush> heldBrushes;
+std::vector<HWND> heldWindows;
+
+// Of every process that has any.
+std::string Handles(const Words&) {
+  std::string json = "[";
+  for (const auto& [process, count] : CountHandles())
+    json += (json.size() > 1 ? ", " : "") + std::string("{\"pid\": ") + std::to_string(process) +
+            ", \"handles\": " + std::to_string(count) + "}";
+  return json + "]";
+}
+
+// process
+std::string GdiObjects(const Words& words) {
+  const std::optional<DWORD> count = CountGdiObjects(static_cast<DWORD>(Number(words.at(1))));
+  return count ? Value(*count) : LastError();
+}
+
+std::string UserObjects(const Words&) {
+  const std::optional<DWORD> count = CountUserObjects();
+  return count ? Value(*count) : LastError();
+}
+
+// count: makes so many events, brushes and windows more, for the gauges to see; top
+// windows would bring one of the input method's along
+std::string Hold(const Words& words) {
+  for (std::int64_t left = Number(words.at(1)); left > 0; --left) {
+    heldEvents.emplace_back(CreateEventA(nullptr, FALSE, FALSE, nullptr));
+    heldBrushes.emplace_back(CreateSolidBrush(0));
+    heldWindows.push_back(CreateWindowA("STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                        nullptr, nullptr));
+  }
+  return Value(static_cast<std::int64_t>(heldEvents.size()));
+}
+
+std::string LetGo(const Words&) {
+  heldEvents.clear();
+  heldBrushes.clear();
+  for (const HWND window : heldWindows) DestroyWindow(window);
+  heldWindows.clear();
+  return Value(0);
 }
 
 // ---- Threads of other programs
@@ -540,6 +587,11 @@ const std::map<std::string, std::function<std::string(const Words&)>> kCommands 
     {"saver-running", SaverRunning},
     {"wallpaper", Wallpaper},
     {"attributes", FileAttributes},
+    {"handles", Handles},
+    {"gdi-objects", GdiObjects},
+    {"user-objects", UserObjects},
+    {"hold", Hold},
+    {"let-go", LetGo},
     {"window-thread", WindowThread},
     {"derail-in", DerailIn},
     {"derail-waiting", DerailWaiting},

@@ -1,0 +1,45 @@
+"""Nothing is left of the saver, and nothing grows, in short; tests/soak is the long form."""
+
+import pathlib
+import sys
+
+import pytest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+
+from soak import gauges
+from soak.scenes import PALETTE
+from soak.slides import BUNDLE, LOG, Slides
+from soak.starts import Starts
+
+pytestmark = pytest.mark.display(width=160, height=120)
+
+SLIDES, STARTS = 24, 2
+# A driver's caches fill in the first seconds: memory tells something in long runs only.
+COUNTED = {"open files", "handles", "GDI objects", "USER objects of the desktop"}
+
+
+def quiet(_):
+    """Nobody listens to the progress."""
+
+
+def test_gauges_count_what_is_made_and_given_back(bare_desktop):
+    gauges.check(bare_desktop.hand)
+
+
+@pytest.mark.parametrize("mode", ["fast", "direct3d", "preview"])
+def test_nothing_is_left_of_a_start(bare_desktop, mode):
+    soak = Starts(bare_desktop, mode, STARTS)
+    soak.run(quiet)
+    assert not soak.faults
+    assert soak.reached == STARTS
+
+
+def test_slides_give_back_what_they_take(bare_desktop):
+    soak = Slides(bare_desktop, "direct3d", SLIDES, len(PALETTE))
+    soak.run(quiet)
+    assert not [fault for fault in soak.faults if fault not in soak.readings.growing()]
+    assert not [s.row() for s in soak.readings.series if s.gauge.name in COUNTED and s.grows()]
+    assert soak.reached >= SLIDES
+    assert soak.openings[BUNDLE][0] > 2 * len(PALETTE) + SLIDES, "each picture is read by itself"
+    assert soak.openings[LOG][0] > 0
