@@ -68,11 +68,14 @@ void RememberCard() {
                      sizeof card.guidDeviceIdentifier);
 }
 
+// A card that tells of no limit is taken to have the usual one: a limit of nothing
+// would cut a picture into its pixels.
 void ReadTextureLimit() {
   const D3DDEVICEDESC7& device = gGraphicsLayer->GetDeviceDesc();
   const DWORD limit = std::min(device.dwMaxTextureWidth, device.dwMaxTextureHeight);
   LOG_INFO("Max texture size: " + std::to_string(limit));
-  MaxTextureSize = static_cast<std::int32_t>(std::min(limit, kTextureLimit));
+  const DWORD known = limit > 0 ? limit : kTextureLimit;
+  MaxTextureSize = static_cast<std::int32_t>(std::min(known, kTextureLimit));
 }
 
 // The mode that was set may be another than the requested one.

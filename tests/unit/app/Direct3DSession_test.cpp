@@ -128,7 +128,8 @@ INSTANTIATE_TEST_SUITE_P(Cards, TextureLimit,
                          testing::Values(LimitCase{2048, 2048, 256, "2048"},
                                          LimitCase{256, 256, 256, "256"},
                                          LimitCase{255, 4096, 255, "255"},
-                                         LimitCase{4096, 128, 128, "128"}));
+                                         LimitCase{4096, 128, 128, "128"},
+                                         LimitCase{0, 4096, 256, "0"}));
 
 TEST_F(Device, ACardThatIsNewIsRememberedForTheMachine) {
   ASSERT_TRUE(Make());
