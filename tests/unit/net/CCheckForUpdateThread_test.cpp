@@ -84,12 +84,6 @@ void ExpectFailed(const Outcome& outcome, const std::string& code) {
   EXPECT_EQ(outcome.exitCode, 1u);
 }
 
-// An address of this machine where nobody listens.
-std::string DeafHost() {
-  const HttpServer gone(HttpReply(""));
-  return gone.Host();
-}
-
 // --- The question ---
 
 TEST(UpdateCheck, AsksWithTheVersionALineEndAndANul) {
@@ -255,6 +249,18 @@ TEST(UpdateCheck, AnObjectCanAskAgain) {
   EXPECT_STREQ(check.GetMessage(), "nothing new");
   EXPECT_STREQ(check.GetLink(), "");
   EXPECT_FALSE(check.HasLink());
+}
+
+TEST(UpdateCheck, HasNormalPriorityBeforeItsFirstTurn) {
+  const std::string host = DeafHost();
+  NotifyWindow window;
+  Check check;
+  {
+    const ThreadStart start;
+    check.Launch(host, window.Handle());
+    EXPECT_EQ(start.Steps(), (std::vector<std::string>{"priority 0", "first turn"}));
+  }
+  EXPECT_TRUE(window.WaitForMessage());
 }
 
 TEST(UpdateCheck, WithoutAThreadNobodyIsToldAndTheTextSaysWhy) {

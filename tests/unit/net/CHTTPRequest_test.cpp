@@ -295,12 +295,6 @@ TEST(HttpRequest, AnObjectCanBeUsedAgain) {
 
 // --- Where it can stop ---
 
-// An address of this machine where nobody listens.
-std::string DeafHost() {
-  const HttpServer gone(HttpReply(""));
-  return gone.Host();
-}
-
 TEST(HttpRequest, WithoutAServerTheCheckFails) {
   CHTTPRequest request;
   EXPECT_EQ(request.Send(DeafHost().c_str(), "/", "POST", "x", 1), nullptr);

@@ -276,12 +276,7 @@ TEST(BugReportAnswer, AMessageOverridesTheTexts) {
 }
 
 TEST(BugReportAnswer, WithoutAServerSaysSo) {
-  std::string host;
-  {
-    const HttpServer gone(HttpReply(""));
-    host = gone.Host();
-  }
-  const Outcome outcome = AskHost(host);
+  const Outcome outcome = AskHost(DeafHost());
   EXPECT_EQ(outcome.message,
             "The error report was not able to be sent over the internet.  You may not be connected "
             "or may be behind a firewall.");
@@ -313,6 +308,18 @@ TEST(BugReportThread, AnObjectCanReportAgain) {
   EXPECT_EQ(report.GetMessage(), kThanks);
   EXPECT_STREQ(report.GetLink(), "");
   EXPECT_FALSE(report.IsNewerAvailable());
+}
+
+TEST(BugReportThread, HasNormalPriorityBeforeItsFirstTurn) {
+  const std::string host = DeafHost();
+  NotifyWindow window;
+  Report report;
+  {
+    const ThreadStart start;
+    report.Launch(host, "", "", window.Handle());
+    EXPECT_EQ(start.Steps(), (std::vector<std::string>{"priority 0", "first turn"}));
+  }
+  EXPECT_TRUE(window.WaitForMessage());
 }
 
 TEST(BugReportThread, WithoutAThreadNobodyIsToldAndTheTextSaysSo) {

@@ -44,6 +44,12 @@ class Road {
   support::AnyHook connect_;
 };
 
+// An address of this machine where nobody listens.
+inline std::string DeafHost() {
+  const support::HttpServer gone(support::HttpReply(""));
+  return gone.Host();
+}
+
 // Tells when the client has read something.
 class FirstRead {
  public:
@@ -59,6 +65,25 @@ class FirstRead {
         const BOOL read = REAL_IMPORT("wininet.dll", InternetReadFile)(request, to, size, got);
         if (*got > 0) done_ = true;
         return read;
+      });
+};
+
+// Notes how a thread that is being started gets its priority and its first turn.
+class ThreadStart {
+ public:
+  const std::vector<std::string>& Steps() const { return steps_; }
+
+ private:
+  std::vector<std::string> steps_;
+  support::AnyHook priority_ =
+      ANY_HOOK("kernel32.dll", SetThreadPriority, [this](HANDLE thread, int value) -> BOOL {
+        steps_.push_back("priority " + std::to_string(value));
+        return REAL_IMPORT("kernel32.dll", SetThreadPriority)(thread, value);
+      });
+  support::AnyHook resume_ =
+      ANY_HOOK("kernel32.dll", ResumeThread, [this](HANDLE thread) -> DWORD {
+        steps_.push_back("first turn");
+        return REAL_IMPORT("kernel32.dll", ResumeThread)(thread);
       });
 };
 
