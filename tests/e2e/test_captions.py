@@ -167,46 +167,67 @@ def test_picture_without_a_record_shows_the_first_records_text(desktop, mode):
     assert numpy.abs(found - expected_ink(mode, WORDS[1:2], style)).max() <= TOLERANCE
 
 
+ROUNDS = 12  # a busy machine shows few frames of a change, and a test watches the next one, too
+
+
+def brightest_text(screen):
+    """The colour of the brightest pixel where captions are."""
+    area = screen[HEIGHT - 40:].reshape(-1, 3)
+    return area[area.astype(int).sum(axis=1).argmax()].astype(float)
+
+
 def test_direct3d_captions_change_by_the_fourth_power_of_the_crossfade(desktop):
     """Each frame tells by its picture how far the crossfade is, and so what its text must be."""
     run = start(desktop, "direct3d", [NIGHT, DUSK], [(NIGHT.name, "HHHH"), (DUSK.name, "")],
                 Style(1, bold=1), Animate=1, ImageDelay="3.000000")
-    area = slice(HEIGHT - 40, HEIGHT)
     night, dusk = NIGHT.pixels[0, 0].astype(float), DUSK.pixels[0, 0].astype(float)
-    levels = []
-    frames = record(desktop.display, 60, look=stable_shot,
-                    until=lambda screen: screen[20, 20, 0] >= dusk[0] - 2)
-    for _, screen in frames:
-        red = float(screen[20, 20, 0])
-        if not night[0] + 4 < red < dusk[0] - 4:
-            continue
-        through = (red - night[0]) / (dusk[0] - night[0])   # the blend's square
-        alpha = (1 - through**0.5)**4
-        text = (255 * alpha + night * (1 - alpha)) * (1 - through) + dusk * through
-        brightest = screen[area].reshape(-1, 3)[screen[area].sum(axis=2).argmax()]
-        levels.append(numpy.abs(brightest - text).max())
-    assert len(levels) >= 5, "the crossfade was seen"
-    assert max(levels) <= 10
+
+    def differences():
+        """Those of a crossfade from night to dusk, frame by frame."""
+        wait_until("night", lambda: 0 < desktop.display.shot()[20, 20, 0] <= night[0] + 2, 60,
+                   alive=run.ended)
+        for _, screen in record(desktop.display, 60, look=stable_shot,
+                                until=lambda screen: screen[20, 20, 0] >= dusk[0] - 2):
+            red = float(screen[20, 20, 0])
+            if night[0] + 4 < red < dusk[0] - 4:
+                through = (red - night[0]) / (dusk[0] - night[0])   # the blend's square
+                alpha = (1 - through**0.5)**4
+                text = (255 * alpha + night * (1 - alpha)) * (1 - through) + dusk * through
+                yield numpy.abs(brightest_text(screen) - text).max()
+
+    seen = []
+    for _ in range(ROUNDS):
+        seen += differences()
+        if len(seen) >= 5:
+            break
+    assert len(seen) >= 5, "the crossfade was seen"
+    assert max(seen) <= 10
     assert run.running()
 
 
 def test_direct3d_caption_fades_up_with_the_first_slide(desktop):
-    run = start(desktop, "direct3d", [DUSK], [(DUSK.name, "HHHH")], Style(1, bold=1), Animate=1)
     dusk = DUSK.pixels[0, 0].astype(float)
-    # The desktop is darkened first: the slide begins on a black screen.
-    wait_until("darkness", lambda: desktop.display.shot().max() == 0, alive=run.ended)
-    frames = record(desktop.display, 60, look=stable_shot,
-                    until=lambda screen: screen[20, 20, 0] >= dusk[0] - 1)
-    levels = []
-    for _, screen in frames:
-        light = screen[20, 20, 0] / dusk[0]
-        if not 0.1 < light < 0.95:
-            continue
-        text = 255 * light + dusk * light * (1 - light)
-        brightest = screen[HEIGHT - 40:].reshape(-1, 3)[screen[HEIGHT - 40:].sum(axis=2).argmax()]
-        levels.append(numpy.abs(brightest - text).max())
-    assert len(levels) >= 3, "the fade was seen"
-    assert max(levels) <= 12
+
+    def differences():
+        """Those of a start, frame by frame."""
+        run = start(desktop, "direct3d", [DUSK], [(DUSK.name, "HHHH")], Style(1, bold=1), Animate=1)
+        # The desktop is darkened first: the slide begins on a black screen.
+        wait_until("darkness", lambda: desktop.display.shot().max() == 0, alive=run.ended)
+        for _, screen in record(desktop.display, 60, look=stable_shot,
+                                until=lambda screen: screen[20, 20, 0] >= dusk[0] - 1):
+            light = screen[20, 20, 0] / dusk[0]
+            if 0.1 < light < 0.95:
+                text = 255 * light + dusk * light * (1 - light)
+                yield numpy.abs(brightest_text(screen) - text).max()
+        assert run.quit() == 0
+
+    seen = []
+    for _ in range(ROUNDS):
+        seen += differences()
+        if len(seen) >= 3:
+            break
+    assert len(seen) >= 3, "the fade was seen"
+    assert max(seen) <= 12
 
 
 def test_direct3d_captions_change_with_their_slides(desktop):
