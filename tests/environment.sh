@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Runs a command in what the unit tests need: a display without a screen, a
-# fresh Wine prefix and a server that stays warm, so that a test program starts
+# Runs a command in what a unit test needs: a display without a screen, a
+# fresh Wine prefix and a server that stays warm, so that a program in it starts
 # in a few hundredths of a second. All of it ends with the command, also when
 # that fails or is interrupted.
 #
-#   tests/environment.sh ctest --test-dir build/windows-release -L unit
+#   tests/environment.sh wine build/windows-release/tests/unit/base/unit_base.exe
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
