@@ -91,7 +91,9 @@ def test_full_disk_at_the_end_keeps_the_old_wallpaper(desktop, four_pictures):
     assert not desktop.hand.boxes()
 
 
-OUR_DLLS = {"fmod.dll": b"FSOUND_Init\0", "BTNexgenIPL32.dll": b"_ZN14BTCImageObject4LoadEPKvjS1_\0"}
+# And a function of each, as its table of names has it.
+OUR_DLLS = {"fmod.dll": b"FSOUND_Init\0",
+            "BTNexgenIPL32.dll": b"_ZN14BTCImageObject4LoadEPKvjS1_\0"}
 
 
 @pytest.mark.parametrize("name", OUR_DLLS)

@@ -294,8 +294,10 @@ TEST_F(Settings, ValuesOfAWrongTypeKeepTheirDefaults) {
 // text at most is a text.
 TEST_F(Settings, ValuesOfAnyTypeAndLengthAreTakenOrLeft) {
   constexpr DWORD kLastType = REG_QWORD;
+  constexpr std::size_t kLengths[] = {0, 1,  2,  3,    4,    5,    7,   8,
+                                      63, 64, 1022, 1023, 1024, 1025, 70000};
   for (DWORD type = REG_NONE; type <= kLastType; ++type)
-    for (const std::size_t length : {0, 1, 2, 3, 4, 5, 7, 8, 63, 64, 1022, 1023, 1024, 1025, 70000}) {
+    for (const std::size_t length : kLengths) {
       SCOPED_TRACE(testing::Message() << "type " << type << ", " << length << " bytes");
       const RegistryValue odd{type, Bytes(length, '7')};
       for (const DwordField& value : kDwordFields) user.Set(value.name, odd);
