@@ -1,13 +1,12 @@
 #include "app/CommandLine.h"
 
-#include "base/AnsiText.h"
 #include "base/FindNoCase.h"
 #include "settings/Session.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <shellapi.h>
+#include <utility>
 
 namespace {
 
@@ -82,23 +81,15 @@ StartRequest ParseCommandLine(const char* commandLine) {
   return request;
 }
 
-std::optional<std::string> GetCommandLineOption(const char* name) {
-  if (!name) return std::nullopt;
-  int count = 0;
-  wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
-  if (!arguments) return std::nullopt;
-  const std::wstring wanted = WideFromAnsi(name);
-  std::optional<std::string> found;
-  for (int index = 0; index + 1 < count && !found; ++index)
-    if (FindNoCase(arguments[index], wanted.c_str())) found = AnsiFromWide(arguments[index + 1]);
-  LocalFree(arguments);
-  return found;
+const wchar_t* ArgumentBehind(std::span<const wchar_t* const> arguments, const wchar_t* name) {
+  for (std::size_t index = 0; index + 1 < arguments.size(); ++index)
+    if (FindNoCase(arguments[index], name)) return arguments[index + 1];
+  return nullptr;
 }
 
-std::int32_t GetCommandLineInt(const char* name) {
-  const std::optional<std::string> text = GetCommandLineOption(name);
-  if (!text) return 0;
+std::int32_t DecimalOrZero(const char* text) {
   errno = 0;
-  const long value = std::strtol(text->c_str(), nullptr, 10);
-  return errno == 0 ? value : 0;
+  const long long value = std::strtoll(text, nullptr, 10);
+  const bool inRange = errno == 0 && std::in_range<std::int32_t>(value);
+  return inRange ? static_cast<std::int32_t>(value) : 0;
 }

@@ -1,12 +1,9 @@
 #pragma once
 // What the command line asks for. Windows starts a saver with a letter after
-// an optional "-" or "/"; only that first letter counts.
-
-#include "base/win.h"
+// an optional "-" or "/"; only that first letter counts. Portable.
 
 #include <cstdint>
-#include <optional>
-#include <string>
+#include <span>
 
 struct StartRequest {
   enum class Command { None, Uninstall, InitialSecurity };
@@ -23,10 +20,9 @@ struct StartRequest {
 // gives it.
 StartRequest ParseCommandLine(const char* commandLine);
 
-// The argument behind the first one that contains `name` anywhere, without
-// regard to case; asking for "dump" so finds "/dumpType". Nothing if `name` is
-// null or no such argument has one behind it. ANSI code page.
-std::optional<std::string> GetCommandLineOption(const char* name);
+// The argument behind the first of `arguments` that contains `name` anywhere,
+// without regard to case; null if no such argument has one behind it. Borrowed.
+const wchar_t* ArgumentBehind(std::span<const wchar_t* const> arguments, const wchar_t* name);
 
-// The same as a decimal integer; 0 if the option is absent or out of range.
-std::int32_t GetCommandLineInt(const char* name);
+// A decimal integer; 0 if it is out of range or none.
+std::int32_t DecimalOrZero(const char* text);

@@ -15,6 +15,7 @@
 
 #include "app/AppDataFolders.h"
 #include "app/CommandLine.h"
+#include "app/CommandLineOption.h"
 #include "app/CrashCapture.h"
 #include "app/Direct3DSession.h"
 #include "app/DpiAwareness.h"

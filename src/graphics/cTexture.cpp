@@ -1,14 +1,12 @@
 #include "graphics/cTexture.h"
 
-#include "base/StdFile.h"
+#include "graphics/DdsFile.h"
 #include "graphics/LockedSurface.h"
 #include "graphics/MipMaps.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
 
-#include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -18,7 +16,6 @@ bool MipMapsSupported = false;
 namespace {
 
 constexpr std::size_t kRoomForFormats = 100;
-constexpr std::uint32_t kDdsMagic = 0x20534444;  // "DDS "
 constexpr DWORD kMipCaps = DDSCAPS_MIPMAP | DDSCAPS_COMPLEX;
 
 void Require(HRESULT result, const char* errorText) {
@@ -78,70 +75,35 @@ ComRef<IDirectDrawSurface7> NextLevel(IDirectDrawSurface7* level) {
   return next;
 }
 
-void ReadExactly(std::FILE* file, void* to, std::size_t size) {
-  if (std::fread(to, 1, size, file) != size) throw cGameError("Bad DDS file\n");
-}
-
-long BytesLeft(std::FILE* file) {
-  const long here = std::ftell(file);
-  std::fseek(file, 0, SEEK_END);
-  const long end = std::ftell(file);
-  std::fseek(file, here, SEEK_SET);
-  return end - here;
-}
-
-std::size_t RowBytes(const DDSURFACEDESC2& level) {
-  return static_cast<std::size_t>(std::uint64_t{level.dwWidth} *
-                                  level.ddpfPixelFormat.dwRGBBitCount / 8);
-}
-
-// A damaged size must not become a huge surface: the file has to hold the first
-// level, and there can't be more levels than halvings.
-bool IsPlausible(const DDSURFACEDESC2& description, long bytesLeft) {
-  constexpr DWORD kMaxSide = 0x7FFF;
-  const DWORD width = description.dwWidth;
-  const DWORD height = description.dwHeight;
-  if (width < 1 || width > kMaxSide || height < 1 || height > kMaxSide) return false;
-  if (description.dwMipMapCount > static_cast<DWORD>(std::bit_width(std::max(width, height))))
-    return false;
-  return std::uint64_t{RowBytes(description)} * height <= static_cast<std::uint64_t>(bytesLeft);
-}
-
 // Of what the file says only the picture's form counts; where its surface
 // lives and what it is attached to is for us to say.
-DDSURFACEDESC2 ReadDescription(std::FILE* file) {
+DDSURFACEDESC2 DescriptionOf(const DdsFile& file) {
+  const DdsHeader& header = file.Header();
   DDSURFACEDESC2 description = EmptyDescription();
-  ReadExactly(file, &description, sizeof description);
-  if (description.ddpfPixelFormat.dwFourCC != 0)
-    throw cGameError("Compressed DDS textures are not supported");
-  description.dwFlags &=
-      DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH | DDSD_PIXELFORMAT | DDSD_MIPMAPCOUNT;
-  description.lpSurface = nullptr;
-  description.ddsCaps.dwCaps &= DDSCAPS_TEXTURE | kMipCaps;
+  description.dwSize = header.size;
+  description.dwFlags = header.flags & (DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH | DDSD_PIXELFORMAT |
+                                        DDSD_MIPMAPCOUNT);
+  description.dwWidth = header.width;
+  description.dwHeight = header.height;
+  description.dwMipMapCount = header.mipLevels;
+  static_assert(sizeof description.ddpfPixelFormat == sizeof header.format);
+  std::memcpy(&description.ddpfPixelFormat, &header.format, sizeof header.format);
+  description.ddsCaps.dwCaps = header.caps[0] & (DDSCAPS_TEXTURE | kMipCaps);
   description.ddsCaps.dwCaps |= DDSCAPS_SYSTEMMEMORY;
-  description.ddsCaps.dwCaps2 = description.ddsCaps.dwCaps3 = description.ddsCaps.dwCaps4 = 0;
-  const bool hasChain = (description.dwFlags & DDSD_MIPMAPCOUNT) != 0;
-  if (!MipMapsSupported || !hasChain) WithoutMipMaps(description);
-  if (!IsPlausible(description, BytesLeft(file))) throw cGameError("Bad DDS file\n");
+  if (!file.HasChain()) WithoutMipMaps(description);
   return description;
 }
 
-void ReadRows(std::FILE* file, const DDSURFACEDESC2& level) {
-  const std::size_t rowBytes = RowBytes(level);
-  if (level.lPitch < 0 || rowBytes > static_cast<std::size_t>(level.lPitch))
-    throw cGameError("Bad DDS file\n");
-  auto* row = static_cast<unsigned char*>(level.lpSurface);
-  for (DWORD y = 0; y < level.dwHeight; ++y, row += level.lPitch) ReadExactly(file, row, rowBytes);
-}
-
-void ReadLevel(std::FILE* file, IDirectDrawSurface7* surface) {
+void ReadLevel(DdsFile& file, IDirectDrawSurface7* surface) {
   const LockedSurface level(surface);
   if (!level) throw cGameError("Couldn't lock surface");
   const DDSURFACEDESC2& description = level.Description();
   if (description.dwFlags & DDSD_LINEARSIZE)
-    ReadExactly(file, description.lpSurface, description.dwLinearSize);
+    file.ReadWhole(description.lpSurface, description.dwLinearSize);
   else
-    ReadRows(file, description);
+    file.ReadRows({static_cast<unsigned char*>(description.lpSurface), description.dwWidth,
+                   description.dwHeight, description.ddpfPixelFormat.dwRGBBitCount,
+                   description.lPitch});
 }
 
 }  // namespace
@@ -257,20 +219,16 @@ void ShrinkLevel(IDirectDrawSurface7* source, IDirectDrawSurface7* target) {
 ComRef<IDirectDrawSurface7> cTexture::ReadDDS(std::int32_t newStage, const char* fileName) {
   name = fileName;
   stage = newStage;
-  const StdFile file(std::fopen(fileName, "rb"));
-  if (!file) throw cGameError("Couldn't find DDS file");
-  std::uint32_t magic = 0;
-  ReadExactly(file.get(), &magic, sizeof magic);
-  if (magic != kDdsMagic) throw cGameError("Bad DDS file\n");
-  desc = ReadDescription(file.get());
+  DdsFile file(fileName, MipMapsSupported);
+  desc = DescriptionOf(file);
   DDSURFACEDESC2 description = desc;
   ComRef<IDirectDrawSurface7> first;
   Require(gGraphicsLayer->GetDDraw()->CreateSurface(&description, first.put(), nullptr),
           "Couldn't create surface");
-  ReadLevel(file.get(), first.get());
+  ReadLevel(file, first.get());
   if (!MipMapsSupported) return first;
   for (auto level = NextLevel(first.get()); level; level = NextLevel(level.get()))
-    ReadLevel(file.get(), level.get());
+    ReadLevel(file, level.get());
   return first;
 }
 

@@ -1,33 +1,14 @@
 // Any bytes at all as a bundle file: opened, searched, read, decoded.
 
-#include "fuzz.h"
+#include "MemoryFile.h"
 
 #include "bundle/SlideRecords.h"
 #include "bundle/VFBundle.h"
 
 #include <cstring>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
-
-// A file in memory that has a path.
-class MemoryFile {
- public:
-  MemoryFile() : fd_(memfd_create("bundle", 0)), path_("/proc/self/fd/" + std::to_string(fd_)) {
-    Require(fd_ != -1);
-  }
-  void Fill(const std::uint8_t* data, std::size_t size) const {
-    Require(ftruncate(fd_, 0) == 0);
-    Require(pwrite(fd_, data, size, 0) == static_cast<ssize_t>(size));
-  }
-  const char* Path() const { return path_.c_str(); }
-
- private:
-  int fd_;
-  std::string path_;
-};
 
 void CheckClosed(VFBUNDLE& bundle) {
   Require(!bundle.IsOpen());

@@ -1,10 +1,14 @@
 #include "app/CommandLine.h"
+#include "app/CommandLineOption.h"
 
 #include "settings/Session.h"
+#include "support/GuardedBytes.h"
 #include "support/ImportHook.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <shellapi.h>
 
 namespace {
@@ -162,6 +166,34 @@ TEST(CommandLine, ADumpTypeAloneStartsNothing) {
   ExpectOnly(ParseArguments("/dumpType 2"), RUNMODE_NONE, 0);
 }
 
+// --- Lines of any length ---
+
+// Pieces of lines put together at random, up to the longest that Windows has.
+std::string RandomLine(std::mt19937& random) {
+  constexpr const char* kPieces[] = {"\"", " ", "\t", "/", "-", ":", "s", "p", "c", "12", "-1",
+                                     "uninstall", "/dumpType", "\x80\xFF", "velmora2.scr"};
+  const std::size_t most = random() % 4 ? 40 : 32767;
+  const std::size_t length = random() % most;
+  std::string line;
+  while (line.size() < length) line += kPieces[random() % std::size(kPieces)];
+  line.resize(length);
+  return line;
+}
+
+// The terminator is the last byte that may be read.
+TEST(CommandLine, LinesOfAnyLengthAreReadToTheirEndAtMost) {
+  std::mt19937 random(11);
+  int modes = 0;
+  for (int turn = 0; turn < 2000; ++turn) {
+    const std::string line = RandomLine(random);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(line.c_str());
+    const support::GuardedBytes guarded({bytes, line.size() + 1});
+    modes |= 1 << ParseCommandLine(reinterpret_cast<const char*>(guarded.data())).runMode;
+  }
+  const auto bit = [](RunModeValue mode) { return 1 << mode; };
+  EXPECT_EQ(modes, bit(RUNMODE_NONE) | bit(RUNMODE_CONFIG) | bit(RUNMODE_PREVIEW) | bit(RUNMODE_SAVER));
+}
+
 // --- Options ---
 
 auto PretendLine(const wchar_t* line) {
@@ -210,6 +242,20 @@ TEST_F(Options, AnAbsentOrNullOrEmptyNameHasNoAnswer) {
 
 TEST_F(Options, TheAnswerIsInTheAnsiCodePage) {
   EXPECT_EQ(Ask(L"a.scr /name \x00E4\x00F6", "name"), "\xE4\xF6");
+}
+
+TEST_F(Options, LinesOfAnyLengthAreSearchedToTheirEndAtMost) {
+  std::mt19937 random(12);
+  int found = 0;
+  for (int turn = 0; turn < 2000; ++turn) {
+    const std::string narrow = RandomLine(random);
+    const std::wstring line(narrow.begin(), narrow.end());
+    const auto* bytes = reinterpret_cast<const unsigned char*>(line.c_str());
+    const support::GuardedBytes guarded({bytes, (line.size() + 1) * sizeof(wchar_t)});
+    if (Ask(reinterpret_cast<const wchar_t*>(guarded.data()), "dumpType")) ++found;
+  }
+  EXPECT_GT(found, 0);
+  EXPECT_LT(found, 2000);
 }
 
 TEST_F(Options, TheArgumentVectorIsFreed) {

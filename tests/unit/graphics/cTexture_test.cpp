@@ -589,6 +589,9 @@ TEST_F(DdsTexture, AbsurdNumbersThrow) {
     EXPECT_EQ(ErrorOfBytes(withNumber(width, absurd)), "Bad DDS file\n") << absurd;
     EXPECT_EQ(ErrorOfBytes(withNumber(height, absurd)), "Bad DDS file\n") << absurd;
   }
+  // Sixteen px of these are 4 GB, which 32 bits don't hold.
+  constexpr std::size_t bits = offsetof(DDSURFACEDESC2, ddpfPixelFormat.dwRGBBitCount);
+  EXPECT_EQ(ErrorOfBytes(withNumber(bits, 0x80000000u)), "Bad DDS file\n");
   for (const std::uint32_t absurd : {6u, 1000u, 0x40000000u, 0xFFFFFFFFu})
     EXPECT_EQ(ErrorOfBytes(withNumber(levels, absurd)), "Bad DDS file\n") << absurd;
 }
