@@ -157,6 +157,8 @@ Options ParseOptions(const Words& arguments) {
     } else {
       if (taken == command.words.size())
         throw UsageError("\"" + words.front() + "\" is one word too many");
+      // A variable that was never set; an empty folder would be the drive's root.
+      if (words.front().empty()) throw UsageError("a name is empty");
       options.*command.words[taken++] = words.front();
       words = words.subspan(1);
     }

@@ -70,6 +70,9 @@ TEST(Options, SenselessLinesAreRefusedWithAReason) {
   EXPECT_THAT(UsageFault({"pack", "--pictures", "in"}), HasSubstr("needs more names"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures"}), HasSubstr("--pictures needs a value"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures="}), HasSubstr("--pictures needs a value"));
+  EXPECT_THAT(UsageFault({"list", ""}), HasSubstr("a name is empty"));
+  EXPECT_THAT(UsageFault({"extract", "a.bdl", ""}), HasSubstr("a name is empty"));
+  EXPECT_THAT(UsageFault({"extract", "a.bdl", "--", "folder", ""}), HasSubstr("a name is empty"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--order", "size"}), HasSubstr("\"size\""));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--skip-bad=yes"}), HasSubstr("takes no value"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "extra", "--pictures", "in"}), HasSubstr("\"extra\""));
