@@ -1,5 +1,5 @@
 #pragma once
-// The decoders, one source file a format. Each decodes the file `file` into
+// The decoders, one source file a format, and the way to all of them. Each decodes the file `file` into
 // `picture` and returns true; or returns false for bytes that aren't such a
 // picture, are damaged or cut short, claim a size beyond the limits, or when
 // memory runs out: `picture` is then of no use. They share no state, so any
@@ -7,6 +7,7 @@
 // them. All but the TIFF decoder are portable.
 
 #include "imaging/picture.h"
+#include "imaging/picture_format.h"
 
 namespace imaging {
 
@@ -31,5 +32,9 @@ bool DecodeWebp(Bytes file, Picture& picture);
 // The first page, through the imaging component of Windows, on a black ground.
 // Whether the pages behind it are there isn't looked at.
 bool DecodeTiff(Bytes file, Picture& picture);
+
+// Tells the format by the first bytes, and decodes the file. The result is
+// kUnknown for what can't be decoded, or is of no format above.
+PictureFormat DecodePicture(Bytes file, Picture& picture);
 
 }  // namespace imaging

@@ -1,7 +1,6 @@
 #include "imaging/bmp_file.h"
 #include "imaging/codecs.h"
 #include "imaging/image_data.h"
-#include "imaging/picture_format.h"
 
 #include <new>
 #include <string>
@@ -16,36 +15,24 @@ static_assert(BTCImageObject::kMaxSide == imaging::kMaxSide &&
 
 namespace {
 
-// How one format is decoded; without a decoder for what is none of them.
-struct Codec {
-  BTCodecId id;
-  bool (*decode)(Bytes file, Picture& picture);
-};
-
-Codec CodecOf(PictureFormat format) {
+BTCodecId CodecIdOf(PictureFormat format) {
   switch (format) {
     case PictureFormat::kBmp:
-      return {BTCodecId_Bmp, imaging::DecodeBmp};
+      return BTCodecId_Bmp;
     case PictureFormat::kJpeg:
-      return {BTCodecId_Jpeg, imaging::DecodeJpeg};
+      return BTCodecId_Jpeg;
     case PictureFormat::kPng:
-      return {BTCodecId_Png, imaging::DecodePng};
+      return BTCodecId_Png;
     case PictureFormat::kGif:
-      return {BTCodecId_Gif, imaging::DecodeGif};
+      return BTCodecId_Gif;
     case PictureFormat::kWebp:
-      return {BTCodecId_Webp, imaging::DecodeWebp};
+      return BTCodecId_Webp;
     case PictureFormat::kTiff:
-      return {BTCodecId_Tiff, imaging::DecodeTiff};
+      return BTCodecId_Tiff;
     case PictureFormat::kUnknown:
       break;
   }
-  return {BTCodecId_None, nullptr};
-}
-
-// The codec's id, or -1.
-int Decode(Bytes file, Picture& picture) {
-  const Codec codec = CodecOf(imaging::DetectFormat(file));
-  return codec.decode && codec.decode(file, picture) ? codec.id : BTCodecId_None;
+  return BTCodecId_None;
 }
 
 struct ExtensionId {
@@ -71,7 +58,8 @@ int BTCImageObject::Load(const void* data, unsigned int size, const void*) {
   if (!data) return BTCodecId_None;
   try {
     Picture picture;
-    const int id = Decode(Bytes(static_cast<const std::uint8_t*>(data), size), picture);
+    const Bytes file(static_cast<const std::uint8_t*>(data), size);
+    const int id = CodecIdOf(imaging::DecodePicture(file, picture));
     if (id != BTCodecId_None) data_.pixels_ = new BTCImageData::Pixels{std::move(picture)};
     return id;
   } catch (const std::bad_alloc&) {

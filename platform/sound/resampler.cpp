@@ -30,8 +30,10 @@ double Sinc(double x) {
   return std::fabs(angle) < 1e-9 ? 1 : std::sin(angle) / angle;
 }
 
+const double kWindowPeak = Bessel0(kWindowShape);
+
 double Window(double x) {
-  return x >= 1 ? 0 : Bessel0(kWindowShape * std::sqrt(1 - x * x)) / Bessel0(kWindowShape);
+  return x >= 1 ? 0 : Bessel0(kWindowShape * std::sqrt(1 - x * x)) / kWindowPeak;
 }
 
 }  // namespace

@@ -5,8 +5,26 @@
 
 #include "sound/mixer.h"
 
+#include <memory>
 #include <utility>
 #include <vector>
+
+namespace {
+
+constexpr std::size_t kMostFramesPlayed = 100;
+constexpr std::size_t kFrames = 500;
+constexpr int kMostBlocks = 4;
+
+void Play(std::unique_ptr<sound::Decoder> decoder) {
+  sound::Voice voice(std::move(decoder), 44100);
+  sound::Mixer mixer(1);
+  mixer.Play(0, voice);
+  std::vector<std::int16_t> mixed(2 * kFrames);
+  for (int i = 0; i < kMostBlocks && mixer.Mix(mixed.data(), kFrames) > 0; ++i) {
+  }
+}
+
+}  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // A copy of exactly that size: a read behind its end is an error.
@@ -19,12 +37,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Require(wave->channels >= 1 && wave->blockAlign >= 1 && wave->rate >= 1);
   auto decoder = sound::OpenPcm(std::move(source), *wave);
   if (!decoder) return 0;
-  sound::Voice voice(std::move(decoder), 44100);
-  sound::Mixer mixer(1);
-  mixer.Play(0, voice);
-  std::vector<std::int16_t> block(2 * 500);
-  // A low rate makes many frames of one; a second is enough.
-  for (int i = 0; i < 100 && mixer.Mix(block.data(), 500) > 0; ++i) {
-  }
+  sound::AudioBlock block;
+  if (!decoder->Decode(block)) return 0;
+  Require(block.channels == wave->channels && block.Frames() >= 1);
+  // What the mixer makes of a low rate is far more than what there was.
+  if (block.Frames() > kMostFramesPlayed || !decoder->Rewind()) return 0;
+  Play(std::move(decoder));
   return 0;
 }

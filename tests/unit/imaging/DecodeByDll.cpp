@@ -1,14 +1,16 @@
-// The code under test is the DLL.
+// The code under test is the DLL. A file that it reads behind its end is a crash.
 
 #include "Fixtures.h"
 
 #include "imaging/BTNexgenIPL.h"
+#include "support/GuardedBytes.h"
 
 namespace fixtures {
 
 std::optional<Decoded> Decode(const support::Bytes& file) {
+  const support::GuardedBytes guarded(file);
   BTCImageObject image;
-  const int codec = image.Load(file.data(), static_cast<unsigned>(file.size()), nullptr);
+  const int codec = image.Load(guarded.data(), static_cast<unsigned>(guarded.size()), nullptr);
   const BTCImageData& data = *image.GetObjectDataPtr();
   if (codec == -1) {
     EXPECT_EQ(data.GetBits(), nullptr);

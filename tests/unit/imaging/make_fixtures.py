@@ -617,14 +617,13 @@ def make_large(folder):
 
 def make_seeds(pictures, folder):
     """Small pictures for the fuzz targets, and numbers for the one that scales."""
-    for name in ("bmp", "all", "resample"):
+    kinds = {"bmp": "*.bmp", "jpeg": "*.jpg", "png": "*.png", "gif": "*.gif", "webp": "*.webp"}
+    for name in (*kinds, "resample"):
         (folder / name).mkdir(parents=True, exist_ok=True)
-    for path in pictures.glob("*.bmp"):
-        shutil.copy(path, folder / "bmp")
-    for pattern in ("*.jpg", "*.png", "*.gif", "*.webp"):
+    for name, pattern in kinds.items():
         for path in pictures.glob(pattern):
-            if path.stat().st_size < 4096:
-                shutil.copy(path, folder / "all")
+            if path.stat().st_size < 4096 or name == "bmp":
+                shutil.copy(path, folder / name)
     scalings = ((60, 40, 7, 56, 0, 56, 36, 0, 36, 2), (199, 3, 255, 9, 3, 5, 400, 99, 60, 1))
     for number, values in enumerate(scalings):
         (folder / "resample" / str(number)).write_bytes(struct.pack("<10H", *values))
