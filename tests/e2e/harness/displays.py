@@ -68,7 +68,8 @@ class _Display:
         return True
 
     def xdotool(self, *words):
-        subprocess.run(["xdotool", *map(str, words)], env=self.environment(), check=True)
+        subprocess.run(["xdotool", *map(str, words)], env=self.environment(), check=True,
+                       start_new_session=True)
 
     def move_mouse(self, x, y):
         self.xdotool("mousemove", x, y)
