@@ -1,10 +1,10 @@
 #pragma once
-// The decoders, one source file a format, and the way to all of them. Each decodes the file `file` into
-// `picture` and returns true; or returns false for bytes that aren't such a
-// picture, are damaged or cut short, claim a size beyond the limits, or when
-// memory runs out: `picture` is then of no use. They share no state, so any
-// thread may call them; std::bad_alloc is the one exception that may leave
-// them. All but the TIFF decoder are portable.
+// The decoders, one source file a format, and the way to all of them. Each
+// decodes the file `file` into `picture` and returns true; or returns false for
+// bytes that aren't such a picture, are damaged or cut short, claim a size
+// beyond the limits, or when memory runs out: `picture` is then of no use. They
+// share no state, so any thread may call them; std::bad_alloc is the one
+// exception that may leave them. All but the TIFF decoder are portable.
 
 #include "imaging/picture.h"
 #include "imaging/picture_format.h"

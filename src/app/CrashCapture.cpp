@@ -55,11 +55,10 @@ bool WriteDumpOf(const Crash& crash) {
   information.ThreadId = crash.threadId;
   information.ExceptionPointers = crash.pointers;
   information.ClientPointers = TRUE;
-  const HANDLE opened =
-      CreateFileA(MinidumpPath().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                  FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) return false;
-  const KernelHandle file(opened);
+  const KernelHandle file =
+      OwnFile(CreateFileA(MinidumpPath().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return false;
   const Library library(LoadLibraryA("dbghelp.dll"));
   if (!library) return false;
   const auto write = ProcAddress<WriteDump>(library.get(), "MiniDumpWriteDump");

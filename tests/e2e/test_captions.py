@@ -176,6 +176,17 @@ def brightest_text(screen):
     return area[area.astype(int).sum(axis=1).argmax()].astype(float)
 
 
+def watched(differences, enough):
+    """What changes differ by from what they should be, of so many frames at least."""
+    seen = []
+    for _ in range(ROUNDS):
+        seen += differences()
+        if len(seen) >= enough:
+            break
+    assert len(seen) >= enough, "the change was seen"
+    return seen
+
+
 def test_direct3d_captions_change_by_the_fourth_power_of_the_crossfade(desktop):
     """Each frame tells by its picture how far the crossfade is, and so what its text must be."""
     run = start(desktop, "direct3d", [NIGHT, DUSK], [(NIGHT.name, "HHHH"), (DUSK.name, "")],
@@ -195,13 +206,7 @@ def test_direct3d_captions_change_by_the_fourth_power_of_the_crossfade(desktop):
                 text = (255 * alpha + night * (1 - alpha)) * (1 - through) + dusk * through
                 yield numpy.abs(brightest_text(screen) - text).max()
 
-    seen = []
-    for _ in range(ROUNDS):
-        seen += differences()
-        if len(seen) >= 5:
-            break
-    assert len(seen) >= 5, "the crossfade was seen"
-    assert max(seen) <= 10
+    assert max(watched(differences, 5)) <= 10
     assert run.running()
 
 
@@ -221,13 +226,7 @@ def test_direct3d_caption_fades_up_with_the_first_slide(desktop):
                 yield numpy.abs(brightest_text(screen) - text).max()
         assert run.quit() == 0
 
-    seen = []
-    for _ in range(ROUNDS):
-        seen += differences()
-        if len(seen) >= 3:
-            break
-    assert len(seen) >= 3, "the fade was seen"
-    assert max(seen) <= 12
+    assert max(watched(differences, 3)) <= 12
 
 
 def test_direct3d_captions_change_with_their_slides(desktop):

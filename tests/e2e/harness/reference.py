@@ -240,7 +240,7 @@ def desktop_sinking(desktop, clock, *, step=1):
 
 
 class Timeline:
-    """A show from its first picture on.
+    """A show of slides that move, from its first picture on.
 
     Slides move by the measured times of frames while phases begin with a frame,
     so each slide has a clock of its own, which is somewhat ahead of the show's.
@@ -248,27 +248,26 @@ class Timeline:
 
     def __init__(self, shown_slides, show):
         self.slides, self._show = shown_slides, show
-        self._begin = OPENING_MS if show.animate else 0
         self._turn = show.delay + TRANSITION_MS
         self._lead = TRANSITION_MS if show.crossfade else TRANSITION_MS / 2
 
     def stands(self, clock):
         """Whether a slide stands by itself, in full light."""
-        return clock >= self._begin and self.change_under_way(clock) is None
+        return clock >= OPENING_MS and self.change_under_way(clock) is None
 
     def change_under_way(self, clock):
         """How far the present change of slides is, 0 to 1; None while there is
         none."""
-        rest = (clock - self._begin) % self._turn - self._show.delay
-        return rest / TRANSITION_MS if clock >= self._begin and rest >= 0 else None
+        rest = (clock - OPENING_MS) % self._turn - self._show.delay
+        return rest / TRANSITION_MS if clock >= OPENING_MS and rest >= 0 else None
 
     def screen(self, clock, old_clock=0, new_clock=0, *, step=1):
         """The screen at `clock` ms, with the present slide and the one that comes
         where they are at theirs."""
-        number, rest = divmod(max(clock - self._begin, 0), self._turn)
+        number, rest = divmod(max(clock - OPENING_MS, 0), self._turn)
         number = int(number)
         old, old_age = self.slides[number], self._age(number, old_clock)
-        if clock < self._begin:
+        if clock < OPENING_MS:
             return old.picture(old_age, step=step) * (clock / OPENING_MS)
         if rest < self._show.delay:
             return old.picture(old_age, step=step)
@@ -278,7 +277,7 @@ class Timeline:
 
     def _age(self, number, clock):
         """How long the slide has been moving."""
-        return clock - (self._begin + number * self._turn - self._lead if number else 0)
+        return clock - (OPENING_MS + number * self._turn - self._lead if number else 0)
 
 
 def crossfade(old, new, clock, old_age, new_age, step):
