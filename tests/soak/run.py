@@ -2,7 +2,8 @@
 """Runs the saver for long, or often, and tells what grows.
 
 usage: run.py --slides 2000 --mode fast|direct3d [--delay SECONDS] [--pictures 256]
-       run.py --starts 500 --mode fast|direct3d|preview
+              [--driver-thread]
+       run.py --starts 500 --mode fast|direct3d|preview [--driver-thread]
 
 Prints a table of what the program, or what it leaves behind, holds: medians of the
 readings' first, middle and last fifth, after a warm-up. Ends with status 1 if
@@ -41,6 +42,9 @@ def arguments():
                         "the shortest: 0 in fast mode and -4 in Direct3D, see soak/slides.py")
     parser.add_argument("--pictures", type=int, default=256,
                         help="how many different ones, a multiple of 64")
+    parser.add_argument("--driver-thread", action="store_true",
+                        help="let Wine draw on a thread of its own, as it does for users: "
+                        "slow on a busy machine, see soak/scenes.py")
     parsed = parser.parse_args()
     if parsed.slides and parsed.mode == "preview":
         parser.error("slides are counted on a whole screen: --mode fast or direct3d")
@@ -81,10 +85,11 @@ def main():
         gauges.check(desktop.hand)
         if options.slides:
             unit = "slides"
-            soak = Slides(desktop, options.mode, options.slides, options.pictures, options.delay)
+            soak = Slides(desktop, options.mode, options.slides, options.pictures, options.delay,
+                          options.driver_thread)
         else:
             unit = "starts"
-            soak = Starts(desktop, options.mode, options.starts)
+            soak = Starts(desktop, options.mode, options.starts, options.driver_thread)
 
         def stop(*_):
             soak.stop = True

@@ -22,9 +22,9 @@ MOST_BETWEEN = 120 * PATIENCE  # seconds without a new slide
 
 class Slides:
     """A run of so many slides on `desktop`, with `delay` seconds for each, or the least
-    that there is."""
+    that there is; Direct3D is drawn on a thread of the driver's if that is asked for."""
 
-    def __init__(self, desktop, mode, slides, pictures, delay=None):
+    def __init__(self, desktop, mode, slides, pictures, delay=None, driver_thread=False):
         self.desktop = desktop
         self.wanted = slides
         self.warm_up = min(pictures, slides // 4)  # all pictures have been read once
@@ -33,7 +33,8 @@ class Slides:
         delay = SHORTEST[mode] if delay is None else delay
         desktop.settings(PlayMusic=0, RandomOrder=0, ShowCaptions=1, ImageDelay=f"{delay:f}",
                          **MODES[mode])
-        scenes.without_driver_threads(desktop)
+        if not driver_thread:
+            scenes.without_driver_threads(desktop)
         desktop.slide_file(scenes.show(pictures, desktop.display.width, desktop.display.height))
         desktop.data_folder().mkdir(parents=True, exist_ok=True)
         self._openings = Openings(desktop.install, desktop.data_folder())

@@ -23,7 +23,7 @@ WS_VISIBLE = 0x10000000
 class Starts:
     """So many starts of the saver in `mode`; each is ended once its window is there."""
 
-    def __init__(self, desktop, mode, starts):
+    def __init__(self, desktop, mode, starts, driver_thread=False):
         self.desktop = desktop
         self.wanted = starts
         self.reached = 0
@@ -34,7 +34,8 @@ class Starts:
         self.stop = False    # set by whoever wants the run to end early
         self._sessions = set()
         desktop.settings(PlayMusic=0, ShowCaptions=1, **MODES[mode])
-        scenes.without_driver_threads(desktop)
+        if not driver_thread:
+            scenes.without_driver_threads(desktop)
         desktop.slide_file(scenes.show(len(scenes.PALETTE), desktop.display.width,
                                        desktop.display.height))
         self._frame = None
