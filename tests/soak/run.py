@@ -2,7 +2,7 @@
 """Runs the saver for long, or often, and tells what grows.
 
 usage: run.py --slides 2000 --mode fast|direct3d [--delay SECONDS] [--pictures 256]
-              [--driver-thread]
+              [--warm-up SLIDES] [--driver-thread]
        run.py --starts 500 --mode fast|direct3d|preview [--driver-thread]
 
 Prints a table of what the program, or what it leaves behind, holds: medians of the
@@ -42,6 +42,8 @@ def arguments():
                         "the shortest: 0 in fast mode and -4 in Direct3D, see soak/slides.py")
     parser.add_argument("--pictures", type=int, default=256,
                         help="how many different ones, a multiple of 64")
+    parser.add_argument("--warm-up", type=int, help="slides before the first reading, by default "
+                        "until all pictures have been read once")
     parser.add_argument("--driver-thread", action="store_true",
                         help="let Wine draw on a thread of its own, as it does for users: "
                         "slow on a busy machine, see soak/scenes.py")
@@ -86,7 +88,7 @@ def main():
         if options.slides:
             unit = "slides"
             soak = Slides(desktop, options.mode, options.slides, options.pictures, options.delay,
-                          options.driver_thread)
+                          options.warm_up, options.driver_thread)
         else:
             unit = "starts"
             soak = Starts(desktop, options.mode, options.starts, options.driver_thread)

@@ -22,12 +22,14 @@ MOST_BETWEEN = 120 * PATIENCE  # seconds without a new slide
 
 class Slides:
     """A run of so many slides on `desktop`, with `delay` seconds for each, or the least
-    that there is; Direct3D is drawn on a thread of the driver's if that is asked for."""
+    that there is; readings begin after `warm_up` slides, or when all pictures have been
+    read once. Direct3D is drawn on a thread of the driver's if that is asked for."""
 
-    def __init__(self, desktop, mode, slides, pictures, delay=None, driver_thread=False):
+    def __init__(self, desktop, mode, slides, pictures, delay=None, warm_up=None,
+                 driver_thread=False):
         self.desktop = desktop
         self.wanted = slides
-        self.warm_up = min(pictures, slides // 4)  # all pictures have been read once
+        self.warm_up = min(pictures, slides // 4) if warm_up is None else warm_up
         self.faults = []
         self.stop = False    # set by whoever wants the run to end early
         delay = SHORTEST[mode] if delay is None else delay
