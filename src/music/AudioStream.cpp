@@ -15,6 +15,7 @@
 #include <strmif.h>
 #include <evcode.h>
 #include <uuids.h>
+#include <vfwmsgs.h>
 
 namespace {
 
@@ -50,6 +51,14 @@ HRESULT Query(IUnknown* from, const IID& iid, T** object) {
   const HRESULT result = from->QueryInterface(iid, reinterpret_cast<void**>(object));
   if (FAILED(result)) *object = nullptr;
   return result;
+}
+
+// Whether nothing leads to the first pin of a filter.
+bool IsIdle(IBaseFilter& filter) {
+  ComRef<IEnumPins> pins;
+  ComRef<IPin> pin, other;
+  return SUCCEEDED(filter.EnumPins(pins.put())) && pins->Next(1, pin.put(), nullptr) == S_OK &&
+         pin->ConnectedTo(other.put()) == VFW_E_NOT_CONNECTED;
 }
 
 class Variant {
@@ -90,22 +99,16 @@ AudioStream::~AudioStream() {
 
 std::uint32_t AudioStream::Open(const char* file, Callback newCallback, bool defer,
                                 std::intptr_t newCallbackParam, void* newUserData) {
-  const Locked locked(lock);
-  if (!file || !MultiByteToWideChar(CP_ACP, 0, file, -1, fileName, std::size(fileName)))
-    fileName[0] = L'\0';
-  return OpenNamed(newCallback, defer, newCallbackParam, newUserData);
+  decltype(fileName) wide;
+  if (!file || !MultiByteToWideChar(CP_ACP, 0, file, -1, wide, std::size(wide))) return 0;
+  return Open(wide, newCallback, defer, newCallbackParam, newUserData);
 }
 
 std::uint32_t AudioStream::Open(const wchar_t* file, Callback newCallback, bool defer,
                                 std::intptr_t newCallbackParam, void* newUserData) {
   const Locked locked(lock);
-  const bool fits = file && std::wcslen(file) < std::size(fileName);
-  std::wcscpy(fileName, fits ? file : L"");
-  return OpenNamed(newCallback, defer, newCallbackParam, newUserData);
-}
-
-std::uint32_t AudioStream::OpenNamed(Callback newCallback, bool defer,
-                                     std::intptr_t newCallbackParam, void* newUserData) {
+  if (!file || !*file || std::wcslen(file) >= std::size(fileName)) return 0;
+  std::wcscpy(fileName, file);
   deferEvents = defer;
   return Build(true, newCallback, newCallbackParam, newUserData);
 }
@@ -197,8 +200,7 @@ bool AudioStream::FindReaderPin() {
 bool AudioStream::Render() {
   if (FAILED(Query(graph, IID_IMediaControl, &mediaControl))) return false;
   Query(graph, IID_IMediaEventEx, &mediaEvent);
-  if (!rendererFilter) OfferDefaultRenderer();
-  if (FAILED(graph->Render(outputPin))) return false;
+  if (!RenderOutput()) return false;
   if (mediaEvent && notifyWindow && notifyMessage != 0)
     mediaEvent->SetNotifyWindow(reinterpret_cast<OAHWND>(notifyWindow),
                                 static_cast<long>(notifyMessage),
@@ -209,10 +211,15 @@ bool AudioStream::Render() {
 // The graph renders with what is in it, if that will do; else it tries all filters
 // that the system knows, and a search for the same renderer at every track is most
 // of what a change of tracks takes. Without it the search is left to find one.
-void AudioStream::OfferDefaultRenderer() {
-  ComRef<IBaseFilter> renderer;
-  if (SUCCEEDED(Create(CLSID_DSoundRender, IID_IBaseFilter, renderer.put())))
-    graph->AddFilter(renderer.get(), L"DefaultOutput");
+// If the search found another, ours goes: the track's end is told when all
+// renderers are at their end, and an idle one never is.
+bool AudioStream::RenderOutput() {
+  ComRef<IBaseFilter> offered;
+  if (!rendererFilter && SUCCEEDED(Create(CLSID_DSoundRender, IID_IBaseFilter, offered.put())))
+    graph->AddFilter(offered.get(), L"DefaultOutput");
+  if (FAILED(graph->Render(outputPin))) return false;
+  if (offered && IsIdle(*offered.get())) graph->RemoveFilter(offered.get());
+  return true;
 }
 
 // A named device keeps the volume that it has.

@@ -40,10 +40,10 @@ class AudioStream : public TSingleton<AudioStream> {
   ~AudioStream() override;
 
   // Opens a track in place of the one before, stopped; its id, or 0 if it can't
-  // be played. `file` is in the ANSI code page; names beyond 259 characters are
-  // refused. `deferEvents` together with a `callbackParam` that isn't 0 puts
-  // all events off. A `callbackParam` or `userData` of 0 keeps the value of the
-  // track before.
+  // be played. `file` is in the ANSI code page; an empty name and one beyond 259
+  // characters give 0 and change nothing. `deferEvents` together with a
+  // `callbackParam` that isn't 0 puts all events off. A `callbackParam` or
+  // `userData` of 0 keeps the value of the track before.
   std::uint32_t Open(const char* file, Callback callback, bool deferEvents,
                      std::intptr_t callbackParam, void* userData);
   std::uint32_t Open(const wchar_t* file, Callback callback, bool deferEvents,
@@ -71,8 +71,6 @@ class AudioStream : public TSingleton<AudioStream> {
  private:
   AudioStream();
 
-  std::uint32_t OpenNamed(Callback callback, bool deferEvents, std::intptr_t callbackParam,
-                          void* userData);
   std::uint32_t Build(bool newTrack, Callback newCallback, std::intptr_t newCallbackParam,
                       void* newUserData);
   bool BuildGraph();
@@ -80,7 +78,7 @@ class AudioStream : public TSingleton<AudioStream> {
   bool LoadFile();
   bool FindReaderPin();
   bool Render();
-  void OfferDefaultRenderer();
+  bool RenderOutput();
   void TakeVolume();
   void MakeNotifyWindow();
   void DestroyNotifyWindow();

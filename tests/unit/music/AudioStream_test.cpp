@@ -99,6 +99,15 @@ TEST_F(AudioStreamTest, WithoutADefaultRendererTheGraphFindsItsOwn) {
   EXPECT_THAT(world.Take(), testing::Not(testing::Contains("add filter DefaultOutput")));
 }
 
+TEST_F(AudioStreamTest, ADefaultRendererThatTheGraphPassesOverIsTakenOut) {
+  world.PassOverRenderer(true);
+  EXPECT_NE(Open(), 0u);
+  EXPECT_THAT(world.Take(), testing::IsSupersetOf({"render", "remove filter"}));
+  world.PassOverRenderer(false);
+  EXPECT_NE(Open("C:\\b.mp3"), 0u);
+  EXPECT_THAT(world.Take(), testing::Not(testing::Contains("remove filter")));
+}
+
 TEST_F(AudioStreamTest, ItIsTakenDownInOrderWithItsOwnVolumeBack) {
   Open();
   world.Take();
@@ -159,6 +168,16 @@ TEST_F(AudioStreamTest, AnEmptyNameGivesNothingAndChangesNothing) {
   EXPECT_THAT(world.Take(), IsEmpty());
   EXPECT_TRUE(world.Running());
   EXPECT_TRUE(Stream().Play(id, false));
+}
+
+TEST_F(AudioStreamTest, AnEmptyNameDoesNotPutEventsOff) {
+  const std::uint32_t id = Stream().Open("C:\\a.mp3", OnEnd, false, 7, nullptr);
+  EXPECT_EQ(Stream().Open("", OnEnd, true, 7, nullptr), 0u);
+  EXPECT_EQ(Stream().Open(L"", OnEnd, true, 7, nullptr), 0u);
+  Tell(EC_COMPLETE);
+  EXPECT_EQ(told.size(), 1u);
+  Stream().Stop(id);
+  EXPECT_TRUE(Stream().Play(id, false));  // which opens the file again
 }
 
 TEST_F(AudioStreamTest, NamesOf259CharactersAndWideOnesAreTaken) {

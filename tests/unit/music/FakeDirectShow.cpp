@@ -5,6 +5,7 @@
 #include <oleauto.h>
 #include <strmif.h>
 #include <uuids.h>
+#include <vfwmsgs.h>
 
 #include <deque>
 
@@ -56,12 +57,16 @@ HRESULT Step(const std::string& name) {
 
 class FakePin final : public Counted<IPin> {
  public:
-  using Counted::Counted;
+  explicit FakePin(std::atomic<int>& alive) : Counted(alive), alive_(alive) {}
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   UNUSED(Connect, IPin*, const AM_MEDIA_TYPE*)
   UNUSED(ReceiveConnection, IPin*, const AM_MEDIA_TYPE*)
   UNUSED(Disconnect)
-  UNUSED(ConnectedTo, IPin**)
+  HRESULT STDMETHODCALLTYPE ConnectedTo(IPin** other) override {
+    const bool connected = !FakeDirectShow::Current().PassesOverRenderer();
+    *other = connected ? new FakePin(alive_) : nullptr;
+    return connected ? S_OK : VFW_E_NOT_CONNECTED;
+  }
   UNUSED(ConnectionMediaType, AM_MEDIA_TYPE*)
   UNUSED(QueryPinInfo, PIN_INFO*)
   UNUSED(QueryDirection, PIN_DIRECTION*)
@@ -73,6 +78,26 @@ class FakePin final : public Counted<IPin> {
   UNUSED(BeginFlush)
   UNUSED(EndFlush)
   UNUSED(NewSegment, REFERENCE_TIME, REFERENCE_TIME, double)
+
+ private:
+  std::atomic<int>& alive_;
+};
+
+// One pin.
+class FakePins final : public Counted<IEnumPins> {
+ public:
+  explicit FakePins(std::atomic<int>& alive) : Counted(alive), alive_(alive) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  HRESULT STDMETHODCALLTYPE Next(ULONG, IPin** pin, ULONG*) override {
+    *pin = new FakePin(alive_);
+    return S_OK;
+  }
+  UNUSED(Skip, ULONG)
+  UNUSED(Reset)
+  UNUSED(Clone, IEnumPins**)
+
+ private:
+  std::atomic<int>& alive_;
 };
 
 // The reader, or with another name a device.
@@ -102,6 +127,11 @@ class FakeFilter final : public Counted<IBaseFilter, IFileSourceFilter> {
     return result;
   }
 
+  HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** pins) override {
+    *pins = new FakePins(alive_);
+    return S_OK;
+  }
+
   UNUSED(GetCurFile, LPOLESTR*, AM_MEDIA_TYPE*)
   UNUSED(GetClassID, CLSID*)
   UNUSED(Stop)
@@ -110,7 +140,6 @@ class FakeFilter final : public Counted<IBaseFilter, IFileSourceFilter> {
   UNUSED(GetState, DWORD, FILTER_STATE*)
   UNUSED(SetSyncSource, IReferenceClock*)
   UNUSED(GetSyncSource, IReferenceClock**)
-  UNUSED(EnumPins, IEnumPins**)
   UNUSED(QueryFilterInfo, FILTER_INFO*)
   UNUSED(JoinFilterGraph, IFilterGraph*, LPCWSTR)
   UNUSED(QueryVendorInfo, LPWSTR*)

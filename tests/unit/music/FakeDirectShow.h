@@ -41,6 +41,9 @@ class FakeDirectShow {
   // Steps that fail: the names are those in the notes.
   void Fail(const std::string& step, bool fails = true);
   bool Fails(const std::string& step);
+  // Whether graphs pass over the renderer that they are offered.
+  void PassOverRenderer(bool passOver) { passOver_ = passOver; }
+  bool PassesOverRenderer() const { return passOver_; }
   // Files that load without a word and have no sound.
   void Bad(const std::string& file);
   bool IsBad(const std::string& file);
@@ -69,6 +72,7 @@ class FakeDirectShow {
   std::atomic<int> alive_ = 0;
   std::atomic<bool> running_ = false;
   std::atomic<bool> keepNotes_ = true;
+  std::atomic<bool> passOver_ = false;
   std::atomic<HWND> window_ = nullptr;
   std::unique_ptr<support::ImportHook> hook_;
 };

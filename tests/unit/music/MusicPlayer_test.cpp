@@ -3,6 +3,7 @@
 #include "FakeDirectShow.h"
 #include "FakeFmod.h"
 #include "music/AudioStream.h"
+#include "support/FailingNew.h"
 #include "support/TempFolder.h"
 #include "support/WaitFor.h"
 
@@ -80,6 +81,23 @@ TEST_F(MusicPlayerTest, WithoutADeviceInitDoesNoMore) {
   EXPECT_EQ(player->Init(200), kMusicEngineFailed);
   EXPECT_EQ(fmod.Take().back(), "Init 44100 1 2");
   EXPECT_EQ(AudioStream::Existing(), nullptr);
+}
+
+// Wherever in it memory runs out, the fake's own included.
+TEST_F(MusicPlayerTest, AnExceptionWithinInitIsAFailureOfTheEngine) {
+  std::int32_t result = kMusicEngineFailed;
+  int failures = 0;
+  for (; result == kMusicEngineFailed && failures < 1000; ++failures) {
+    player.emplace();
+    const support::FailingNew failing(failures);
+    result = player->Init(200);
+  }
+  EXPECT_EQ(result, kMusicDone);
+  EXPECT_GT(failures, 1);
+  fmod.Take();
+  player->AddEntry("a.mp3");
+  EXPECT_EQ(player->Play(-1), kMusicDone);
+  EXPECT_THAT(directShow.Take(), Not(Contains("make device list")));
 }
 
 TEST_F(MusicPlayerTest, VolumeAbove255GoesToFmodAsItIsAndByItsLowByteToDirectShow) {
@@ -360,6 +378,17 @@ TEST_F(MusicPlayerTest, AnEndThatAPauseOvertookWaitsForThePausesEnd) {
   EXPECT_EQ(directShow.File(), "a.mp3");
   player->Play(-1);
   EXPECT_EQ(Playing(), "b.mp3");
+}
+
+TEST_F(MusicPlayerTest, AnEndThatAStopOvertookDoesNothing) {
+  Fill({"a.mp3", "b.mp3"});
+  player->Play(-1);
+  ASSERT_TRUE(directShow.Tell(EC_COMPLETE));
+  player->Stop();
+  PumpMessages();
+  EXPECT_TRUE(player->IsStopped());
+  EXPECT_FALSE(directShow.Running());
+  EXPECT_EQ(directShow.File(), "a.mp3");
 }
 
 TEST_F(MusicPlayerTest, ATrackThatEndsWhileItIsStartedIsFollowedByTheNext) {
