@@ -1,4 +1,4 @@
-#define LOG_SOURCE "SessionMusic"
+#define LOG_SOURCE "Minimal"
 #include "app/SessionMusic.h"
 
 #include "app/Minimal.h"

@@ -73,6 +73,7 @@ TEST_F(SessionMusic, BuiltInTracksPlayInTheOrderOfTheBundle) {
   EXPECT_THAT(log.Texts(),
               ElementsAre("+- Enter function: initSound()", "+- Exit function: initSound()",
                           "Successfully exiting initSound()"));
+  for (const support::LogLine& line : log.Lines()) EXPECT_EQ(line.source, "Minimal") << line.text;
 }
 
 TEST_F(SessionMusic, TheUsersTracksComeFirst) {
