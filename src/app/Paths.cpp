@@ -3,6 +3,7 @@
 #include "app/AppDataFolders.h"
 #include "base/FileUtilities.h"
 #include "base/FindNoCase.h"
+#include "base/PathParts.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
 
@@ -30,14 +31,10 @@ std::string LoginName() {
 
 bool BuildProgramPaths() {
   GetModuleFileNameA(nullptr, ModulePath, sizeof ModulePath - 1);
-  const std::string path = ModulePath;
-  InstallPath = path.substr(0, path.rfind('\\') + 1);
+  InstallPath = FolderOf(ModulePath);
   HelpPath = InstallPath + "VELMORA2.HLP";
   BundlePath = InstallPath + "images.bdl";
-  const std::size_t dot = path.rfind('.');
-  const std::string extension =
-      dot != std::string::npos && dot >= InstallPath.size() ? path.substr(dot) : "";
-  return FindNoCase(extension.c_str(), "exe") != nullptr;
+  return FindNoCase(ExtensionOf(ModulePath).data(), "exe") != nullptr;
 }
 
 void BuildUserDataPath(HWND owner) {

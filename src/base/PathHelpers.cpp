@@ -1,5 +1,6 @@
 #include "base/PathHelpers.h"
 
+#include "base/PathParts.h"
 #include "base/win.h"
 #include "base/win_owned.h"
 
@@ -12,28 +13,18 @@ namespace {
 constexpr std::uint32_t kCommonControls6 = 0x60000;
 constexpr DWORD kHighColourBits = 16;
 
-// The parts of a path; both are empty if one is longer than Windows allows.
-struct PathParts {
-  char name[_MAX_FNAME] = "";
-  char ext[_MAX_EXT] = "";
-};
+// One whose file name or extension is longer than Windows allows has no parts.
+std::string_view Splittable(const char* path) {
+  const std::string_view text = path ? path : "";
+  const bool fits = BaseNameOf(text).size() < _MAX_FNAME && ExtensionOf(text).size() < _MAX_EXT;
+  return fits ? text : "";
+}
 
-PathParts Split(const char* path) {
-  PathParts parts;
-  if (!path) return parts;
-  // _splitpath doesn't know the size of its buffers, so the two parts that are
-  // wanted must fit before it is called.
-  const char* lastSeparator = std::strrchr(path, '\\');
-  const char* lastSlash = std::strrchr(path, '/');
-  const char* file = path;
-  if (lastSeparator) file = lastSeparator + 1;
-  if (lastSlash && lastSlash + 1 > file) file = lastSlash + 1;
-  const char* dot = std::strrchr(file, '.');
-  const std::size_t nameLength = dot ? static_cast<std::size_t>(dot - file) : std::strlen(file);
-  if (nameLength >= sizeof parts.name || (dot && std::strlen(dot) >= sizeof parts.ext))
-    return parts;
-  _splitpath(file, nullptr, nullptr, parts.name, parts.ext);
-  return parts;
+// The part may lie in the buffer itself: an answer may be split again.
+const char* Put(char* buffer, std::string_view part) {
+  std::memmove(buffer, part.data(), part.size());
+  buffer[part.size()] = 0;
+  return buffer;
 }
 
 DWORD DisplayDepth() {
@@ -46,20 +37,17 @@ DWORD DisplayDepth() {
 
 const char* GetFileNameAndExt(const char* path) {
   static char text[_MAX_FNAME + _MAX_EXT];
-  const PathParts parts = Split(path);
-  std::strcpy(text, parts.name);
-  std::strcat(text, parts.ext);
-  return text;
+  return Put(text, FileNameOf(Splittable(path)));
 }
 
 const char* GetFileBaseName(const char* path) {
   static char text[_MAX_FNAME];
-  return std::strcpy(text, Split(path).name);
+  return Put(text, BaseNameOf(Splittable(path)));
 }
 
 const char* GetFileExt(const char* path) {
   static char text[_MAX_EXT];
-  return std::strcpy(text, Split(path).ext);
+  return Put(text, ExtensionOf(Splittable(path)));
 }
 
 std::uint32_t GetDllVersion(const char* fileName) {

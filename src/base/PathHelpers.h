@@ -1,9 +1,9 @@
 #pragma once
 // Free functions on paths and DLL versions.
 //
-// The three path functions split with the rules of _splitpath and return a
-// static buffer, one for each function, overwritten by the next call to the
-// same function: copy the text before calling again. One thread at a time.
+// The three path functions split as PathParts.h does and return a static buffer,
+// one for each function, overwritten by the next call to the same function: copy
+// the text before calling again. One thread at a time.
 
 #include <cstdint>
 

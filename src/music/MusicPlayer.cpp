@@ -1,11 +1,11 @@
 #include "music/MusicPlayer.h"
 
 #include "base/FindNoCase.h"
+#include "base/PathParts.h"
 #include "base/win.h"
 #include "music/AudioStream.h"
 #include "sound/fmod.h"
 
-#include <cstdlib>
 #include <mmsystem.h>
 
 MusicPlayer gMusicPlayer;
@@ -22,12 +22,10 @@ constexpr char kResolverMark = '?';
 constexpr std::int32_t kGivenUp = -1;  // an id: no track any more, its graph was closed
 
 // The files that DirectShow plays, by a search for their extension in a list
-// of them, in which a short one is found as well. Not by the helper with the
-// static buffer: this runs on several threads.
+// of them, in which a short one is found as well. The extension ends where the
+// file's text does.
 bool IsForAudioStream(const char* file) {
-  char extension[_MAX_EXT] = "";
-  return _splitpath_s(file, nullptr, 0, nullptr, 0, nullptr, 0, extension, sizeof extension) == 0 &&
-         FindNoCase(kAudioStreamTypes, extension);
+  return FindNoCase(kAudioStreamTypes, ExtensionOf(file).data());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "music/Playlist.h"
 
+#include "base/PathParts.h"
 #include "base/StdFile.h"
 #include "base/win.h"
 
@@ -18,29 +19,8 @@ namespace {
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestSavePath = 260;
 
-// Parts of a path, as the C run time splits it: a drive ends with its colon, a
-// folder with the last slash of either kind, an extension begins at the last
-// dot behind that.
-bool HasDrive(std::string_view path) { return path.size() > 1 && path[1] == ':'; }
 bool HasFolder(std::string_view path) {
   return path.find_first_of("\\/") != std::string_view::npos;
-}
-
-std::string_view FileNameOf(std::string_view path) {
-  if (HasDrive(path)) path.remove_prefix(2);
-  const std::size_t slash = path.find_last_of("\\/");
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
-
-std::string_view BaseNameOf(std::string_view path) {
-  const std::string_view name = FileNameOf(path);
-  return name.substr(0, name.rfind('.'));
-}
-
-std::string_view ExtensionOf(std::string_view path) {
-  const std::string_view name = FileNameOf(path);
-  const std::size_t dot = name.rfind('.');
-  return dot == std::string_view::npos ? std::string_view() : name.substr(dot);
 }
 
 bool EqualNoCase(std::string_view a, std::string_view lower) {

@@ -34,6 +34,7 @@ const PathCase kCases[] = {
     {"x/y\\Song.mp3", "Song.mp3", "Song", ".mp3"},
     {"\\\\server\\share\\two words.wma", "two words.wma", "two words", ".wma"},
     {"http://host/a/list.m3u", "list.m3u", "list", ".m3u"},
+    {"http://host/1:2.mp3", "1:2.mp3", "1:2", ".mp3"},
     {"", "", "", ""},
 };
 
@@ -62,6 +63,8 @@ TEST(PathHelpers, TheNextCallOverwritesTheBuffer) {
 
 TEST(PathHelpers, AnAnswerMayBeSplitAgain) {
   EXPECT_STREQ(GetFileBaseName(GetFileBaseName("a.b.c")), "a");
+  EXPECT_STREQ(GetFileNameAndExt(GetFileNameAndExt("x/a.b")), "a.b");
+  EXPECT_STREQ(GetFileExt(GetFileExt("a.b")), ".b");
 }
 
 TEST(PathHelpers, NullCountsAsEmpty) {
