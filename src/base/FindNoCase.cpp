@@ -1,7 +1,7 @@
 #include "base/FindNoCase.h"
 
+#include <algorithm>
 #include <cctype>
-#include <cstring>
 #include <cwctype>
 
 namespace {
@@ -34,6 +34,15 @@ const wchar_t* FindNoCase(const wchar_t* haystack, const wchar_t* needle) {
   return Search(haystack, needle);
 }
 
+bool EqualNoCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+bool StartsWithNoCase(std::string_view text, std::string_view start) {
+  return EqualNoCase(text.substr(0, start.size()), start);
+}
+
 bool NamesMatch(const std::string& stored, const char* name) {
-  return name && stored.size() == std::strlen(name) && FindNoCase(stored.c_str(), name);
+  return name && *name && EqualNoCase(stored, name);
 }

@@ -1,7 +1,8 @@
 #pragma once
-// The search without regard to case that all name tests rest on.
+// Comparisons without regard to case. Letters of the C locale alone have one.
 
 #include <string>
+#include <string_view>
 
 // First place in `haystack` where `needle` stands, comparing each character
 // through tolower(); null if there is none. An empty or null `haystack` or
@@ -9,7 +10,9 @@
 const char* FindNoCase(const char* haystack, const char* needle);
 const wchar_t* FindNoCase(const wchar_t* haystack, const wchar_t* needle);
 
+bool EqualNoCase(std::string_view a, std::string_view b);
+bool StartsWithNoCase(std::string_view text, std::string_view start);
+
 // Equality without regard to case, as names in bundles and lists are matched:
-// equal lengths and a hit of FindNoCase. An empty stored name never matches,
-// nor does a null `name`.
+// an empty stored name never matches, nor does a null `name`.
 bool NamesMatch(const std::string& stored, const char* name);

@@ -1,5 +1,6 @@
 #include "music/Playlist.h"
 
+#include "base/FindNoCase.h"
 #include "base/PathParts.h"
 #include "base/StdFile.h"
 #include "base/win.h"
@@ -21,15 +22,6 @@ constexpr std::size_t kLongestSavePath = 260;
 
 bool HasFolder(std::string_view path) {
   return path.find_first_of("\\/") != std::string_view::npos;
-}
-
-bool EqualNoCase(std::string_view a, std::string_view lower) {
-  if (a.size() != lower.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const char c = a[i] >= 'A' && a[i] <= 'Z' ? static_cast<char>(a[i] - 'A' + 'a') : a[i];
-    if (c != lower[i]) return false;
-  }
-  return true;
 }
 
 struct ExtensionOfFormat {

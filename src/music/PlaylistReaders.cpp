@@ -16,13 +16,6 @@ std::string_view WithoutLeadingBlanks(std::string_view text) {
 
 const char* SkipBlanks(const char* text) { return text + std::strspn(text, " "); }
 
-// Whether `text` starts with `start`, which is in lower case, in any case.
-bool StartsWith(std::string_view text, std::string_view start) {
-  if (text.size() < start.size()) return false;
-  const std::string head(text.substr(0, start.size()));
-  return NamesMatch(head, start.data());
-}
-
 // Calls `use` with each line of `text`. Line ends in a row count as one.
 template <class Use>
 void ForEachLine(const char* text, Use use) {
@@ -82,7 +75,7 @@ void ReadQuotedValues(const char* text, const char* key, const EntryRules& rules
 const char* SkipFileScheme(const char* text) {
   constexpr std::size_t length = sizeof kFileScheme - 1;
   const std::string_view head(text, ::strnlen(text, length));
-  return StartsWith(head, kFileScheme) ? SkipBlanks(text + length) : text;
+  return StartsWithNoCase(head, kFileScheme) ? SkipBlanks(text + length) : text;
 }
 
 // Behind the heading and its line end.
@@ -126,7 +119,7 @@ void ReadPLS(const char* text, const EntryRules& rules, EntryList& found) {
     line = WithoutLeadingBlanks(line);
     if (hasKeys) {
       const std::size_t equals = line.find('=');
-      if (!StartsWith(line, "file") || equals == std::string_view::npos) return;
+      if (!StartsWithNoCase(line, "file") || equals == std::string_view::npos) return;
       line = WithoutLeadingBlanks(line.substr(equals + 1));
     }
     found.AddHead(MakeEntry(line, rules));

@@ -6,13 +6,14 @@
 #include <algorithm>
 #include <cstring>
 #include <shellapi.h>
+#include <string_view>
 
 namespace {
 
 bool IsAddressCharacter(char c) { return c > ' ' && c < 127 && !std::strchr("\"<>\\^`{|}", c); }
 
-bool BeginsWith(const char* text, const char* scheme) {
-  return FindNoCase(text, scheme) == text && text[std::strlen(scheme)] != 0;
+bool BeginsWith(std::string_view text, std::string_view scheme) {
+  return StartsWithNoCase(text, scheme) && text.size() > scheme.size();
 }
 
 }  // namespace

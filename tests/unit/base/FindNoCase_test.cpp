@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -61,6 +62,28 @@ TEST(FindNoCase, TheWideFormDoesTheSame) {
   EXPECT_EQ(Place(L"", L"abc"), -1);
   EXPECT_EQ(Place(L"aaab", L"AAB"), 1);
   EXPECT_EQ(Place(L"\x4E2D\x6587", L"\x6587"), 1);
+}
+
+TEST(EqualNoCase, ComparesWholeTextsWithoutCase) {
+  EXPECT_TRUE(EqualNoCase(".M3u", ".m3U"));
+  EXPECT_TRUE(EqualNoCase("", ""));
+  EXPECT_FALSE(EqualNoCase("abc", "abcd"));
+  EXPECT_FALSE(EqualNoCase("abcd", "abc"));
+  EXPECT_FALSE(EqualNoCase("a[", "A{"));  // 32 apart, as letters are
+  EXPECT_FALSE(EqualNoCase("\xFC", "\xDC"));
+  EXPECT_TRUE(EqualNoCase(std::string("a\0B", 3), std::string("A\0b", 3)));
+  EXPECT_FALSE(EqualNoCase(std::string("a\0b", 3), std::string("a\0c", 3)));
+}
+
+// The text goes no further than the view does.
+TEST(StartsWithNoCase, ComparesTheBeginning) {
+  EXPECT_TRUE(StartsWithNoCase("File1=a", "file"));
+  EXPECT_TRUE(StartsWithNoCase("file", "FILE"));
+  EXPECT_TRUE(StartsWithNoCase("a", ""));
+  EXPECT_FALSE(StartsWithNoCase("fil", "file"));
+  EXPECT_FALSE(StartsWithNoCase(" file", "file"));
+  EXPECT_FALSE(StartsWithNoCase(std::string_view("file").substr(0, 3), "file"));
+  EXPECT_TRUE(StartsWithNoCase("file", std::string_view("files").substr(0, 4)));
 }
 
 TEST(NamesMatch, IsEqualityWithoutCase) {
