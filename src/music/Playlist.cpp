@@ -1,9 +1,9 @@
 #include "music/Playlist.h"
 
+#include "base/FileBeside.h"
 #include "base/FindNoCase.h"
 #include "base/PathParts.h"
 #include "base/StdFile.h"
-#include "base/win.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -168,14 +168,11 @@ bool Playlist::Save(const char* fileName, std::int32_t saveFormat) const try {
   if (saveFormat != kPlaylistM3U && saveFormat != kPlaylistPLS) return false;
   const std::string target = SavePath(fileName);
   if (target.empty()) return false;
-  // Written beside its place, so that a full disk doesn't cost the old list, too.
-  const std::string beside = target + ".tmp";
+  // A full disk doesn't cost the old list, too.
+  FileBeside beside(target);
   const auto write = saveFormat == kPlaylistM3U ? WriteM3U : WritePLS;
-  if (WriteWhole(beside, [&](std::FILE* file) { write(file, entries, count); }) &&
-      MoveFileExA(beside.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING))
-    return true;
-  DeleteFileA(beside.c_str());
-  return false;
+  return WriteWhole(beside.Path(), [&](std::FILE* file) { write(file, entries, count); }) &&
+         beside.Commit();
 } catch (const std::bad_alloc&) {
   return false;
 }

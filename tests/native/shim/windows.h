@@ -5,10 +5,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
 
 using BOOL = int;
 using BYTE = unsigned char;
 using DWORD = std::uint32_t;
+using UINT = unsigned;
 using LONG = std::int32_t;
 using REGSAM = DWORD;
 using HANDLE = void*;
@@ -40,6 +43,14 @@ constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;
 // Takes the place of what is there, as rename does on this machine anyway.
 inline BOOL MoveFileExA(const char* from, const char* to, DWORD) {
   return std::rename(from, to) == 0;
+}
+
+constexpr std::size_t MAX_PATH = 260;
+// An empty file under a name of its own.
+inline UINT GetTempFileNameA(const char* folder, const char* prefix, UINT, char* path) {
+  std::snprintf(path, MAX_PATH, "%s/%sXXXXXX", folder, prefix);
+  const int fd = mkstemp(path);
+  return fd != -1 && close(fd) == 0;
 }
 
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(-1);

@@ -1,9 +1,12 @@
 #include "music/Playlist.h"
 
 #include "PlaylistFiles.h"
+#include "base/win_owned.h"
 #include "support/TempFolder.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -45,6 +48,15 @@ std::vector<std::string> Entries(const Playlist& list) {
   std::vector<std::string> entries;
   for (std::int32_t i = 0; i < list.GetCount(); ++i) entries.push_back(list.GetEntry(i));
   return entries;
+}
+
+// What lies in a folder, in the order of the alphabet.
+std::vector<std::string> NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 void Add(Playlist& list, const std::vector<const char*>& texts) {
@@ -313,19 +325,38 @@ TEST_F(PlaylistTest, SavingWhereNoFileCanBeIsFalse) {
   EXPECT_FALSE(list_.Save((In("no folder") + kSlash + "out.m3u").c_str(), kPlaylistM3U));
 }
 
-TEST_F(PlaylistTest, ASaveThatFailsKeepsTheOldListAndLeavesNothingBeside) {
+TEST_F(PlaylistTest, ASaveThatFailsLeavesNothingBeside) {
   Add(list_, {"C:\\a"});
-  ASSERT_TRUE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
-  EXPECT_FALSE(std::filesystem::exists(In("out.m3u.tmp")));
-  folder_.MakeFolder("out.m3u.tmp");  // where the new one would be written
-  Add(list_, {"C:\\b"});
-  EXPECT_FALSE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
-  Playlist old(In("out.m3u").c_str());
-  EXPECT_EQ(old.GetCount(), 1);
   folder_.MakeFolder("taken.m3u");
   EXPECT_FALSE(list_.Save(In("taken.m3u").c_str(), kPlaylistM3U));
-  EXPECT_FALSE(std::filesystem::exists(In("taken.m3u.tmp")));
+  EXPECT_THAT(NamesIn(folder_.Path()), ElementsAre("taken.m3u"));
 }
+
+TEST_F(PlaylistTest, ASaveTouchesNoFileButItsOwn) {
+  const std::string others[] = {"out.m3u.tmp", "out.tmp", "vel.tmp", "vel0.tmp", "out.m3u.part"};
+  for (const std::string& other : others) Write(other, "other");
+  Add(list_, {"C:\\a"});
+  for (int times = 0; times < 3; ++times)
+    ASSERT_TRUE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
+  for (const std::string& other : others) EXPECT_EQ(BytesOfFile(In(other)), "other");
+  EXPECT_EQ(NamesIn(folder_.Path()).size(), std::size(others) + 1);
+}
+
+#ifdef _WIN32
+TEST_F(PlaylistTest, AListThatCannotBeReplacedStaysWhole) {
+  Add(list_, {"C:\\a"});
+  ASSERT_TRUE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
+  Add(list_, {"C:\\b"});
+  {
+    const KernelHandle held = OwnFile(CreateFileA(In("out.m3u").c_str(), GENERIC_READ,
+                                                  FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held);
+    EXPECT_FALSE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
+  }
+  EXPECT_EQ(Playlist(In("out.m3u").c_str()).GetCount(), 1);
+  EXPECT_THAT(NamesIn(folder_.Path()), ElementsAre("out.m3u"));
+}
+#endif
 
 // Sets the current folder for one test.
 class CurrentFolder {
@@ -349,9 +380,23 @@ TEST_F(PlaylistTest, ABareNameIsSavedInTheCurrentFolder) {
   EXPECT_TRUE(std::filesystem::exists(In("sub") + kSlash + "b.m3u"));
 }
 
-TEST_F(PlaylistTest, ANameTooLongForASaveIsFalse) {
+// The full path, that is; its last part alone wouldn't be too long.
+TEST_F(PlaylistTest, ABareNameIsSavedIfItsFullPathHasAtMost259Characters) {
   Add(list_, {"C:\\a"});
-  EXPECT_FALSE(list_.Save(std::string(300, 'a').c_str(), kPlaylistM3U));
+  const std::string here = folder_.MakeFolder(std::string(60, 'f'));
+  const CurrentFolder current(here);
+  const std::string longest(259 - here.size() - 1, 'a');
+  EXPECT_TRUE(list_.Save(longest.c_str(), kPlaylistM3U));
+  EXPECT_FALSE(list_.Save((longest + "a").c_str(), kPlaylistM3U));
+  EXPECT_THAT(NamesIn(here), ElementsAre(longest));
+}
+
+TEST_F(PlaylistTest, AFullPathMayBeAsLong) {
+  Add(list_, {"C:\\a"});
+  const std::string here = folder_.MakeFolder(std::string(60, 'f')) + kSlash;
+  const std::string longest = here + std::string(259 - here.size(), 'a');
+  EXPECT_TRUE(list_.Save(longest.c_str(), kPlaylistM3U));
+  EXPECT_TRUE(std::filesystem::exists(longest));
 }
 
 TEST_F(PlaylistTest, ARelativeNameIsLoadedFromTheCurrentFolder) {
