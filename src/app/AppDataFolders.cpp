@@ -18,7 +18,6 @@ constexpr SECURITY_INFORMATION kProtectedDacl =
     DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;  // 0x80000004
 constexpr std::size_t kFolderBufferSize = 1024;
 constexpr std::size_t kLongestValueName = 16383;
-constexpr char kDataFolder[] = "\\Tarnwick\\Velmora2";
 
 RegKey CreateMachineKey(const std::string& path) {
   return CreateRegistryKey(HKEY_LOCAL_MACHINE, path.c_str(), kWriteAccess);

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr char kMakerFolder[] = "\\Tarnwick";
-constexpr char kProductFolder[] = "\\Tarnwick\\Velmora2\\";
-
 // The user's application data folder, created if need be; empty on failure.
 std::string ApplicationDataFolder(HWND owner) {
   char folder[MAX_PATH + 1] = "";
@@ -38,14 +35,14 @@ bool BuildProgramPaths() {
 }
 
 void BuildUserDataPath(HWND owner) {
-  AppDataPath = ApplicationDataFolder(owner) + kProductFolder;
+  AppDataPath = ApplicationDataFolder(owner) + kDataFolder + "\\";
   ReportToolPath = InstallPath + "ReportErr.exe";
 }
 
 void EnsureUserDataFolder() {
   if (PathExists(AppDataPath.c_str())) return;
-  const std::string roaming = AppDataPath.substr(0, AppDataPath.size() - sizeof kProductFolder + 1);
-  CreateDirectoryA((roaming + kMakerFolder).c_str(), nullptr);
+  const std::size_t product = AppDataPath.rfind('\\', AppDataPath.size() - 2);
+  CreateDirectoryA(AppDataPath.substr(0, product).c_str(), nullptr);
   CreateDirectoryA(AppDataPath.c_str(), nullptr);
   RegisterAppDataFolder(AppDataPath.c_str(), kMachineKey, kAppDataSubKey);
 }
