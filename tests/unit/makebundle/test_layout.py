@@ -9,10 +9,13 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 
 import pytest
 
-from bundle_reader import read_bundle, read_caption, read_dims
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "content"))
+
+from bundles import read_bundle, read_caption, read_dims
 
 FIXTURES = pathlib.Path(os.environ["MAKEBUNDLE_FIXTURES"])
 DOCUMENT = pathlib.Path(__file__).parents[3] / "docs" / "bundle-format.md"
