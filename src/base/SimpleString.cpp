@@ -16,8 +16,7 @@ namespace {
 
 constexpr std::int64_t kMaxCapacity = std::numeric_limits<std::int32_t>::max() - 1;
 
-// A replacement may bring about new occurrences for ever. Far more rounds than
-// any text of ours takes.
+// Far more rounds than any text of ours takes.
 constexpr std::int32_t kMaxExtraRounds = 1 << 12;
 
 std::int32_t LengthOf(const char* text) {
@@ -50,6 +49,14 @@ std::int32_t CountOf(const char* text, const char* what) {
   const std::size_t step = std::strlen(what);
   for (const char* at = text; (at = std::strstr(at, what)); at += step) ++count;
   return count;
+}
+
+// A longer replacement may bring about new occurrences for ever. Others come to an
+// end: each round shortens the text, or moves it on in the order of all texts of
+// its length.
+std::int64_t RoundsFor(std::int32_t count, std::int32_t removed, std::int32_t added) {
+  if (added <= removed) return std::numeric_limits<std::int64_t>::max();
+  return std::int64_t{count} + kMaxExtraRounds;
 }
 
 // Digits of the absolute value, and one more for a sign or a lone zero.
@@ -154,7 +161,7 @@ void SimpleString::Append(const char* more) {
   const std::int32_t length = Length();
   const std::int32_t added = LengthOf(more);
   if (capacity - length >= added) {
-    Copy(text + length, more, added);
+    Move(text + length, more, added);  // it may lie behind the terminator
     text[length + added] = 0;
     return;
   }
@@ -246,13 +253,15 @@ bool SimpleString::ReplaceAll(const char* find, const char* replacement) {
   const std::unique_ptr<char[]> what = CopyOf(find);
   const std::unique_ptr<char[]> with = CopyOf(replacement);
   if (count == 0 || !what || !with) return false;
+  const std::int32_t removed = LengthOf(what.get());
   const std::int32_t added = LengthOf(with.get());
-  const std::int64_t change = std::int64_t{count} * (added - LengthOf(what.get()));
+  const std::int64_t change = std::int64_t{count} * (added - removed);
   if (change > kMaxCapacity) return false;
   if (change > 0 && !GrowBy(static_cast<std::int32_t>(change))) return false;
   const bool holdsFind = std::strstr(with.get(), what.get()) != nullptr;
+  const std::int64_t rounds = RoundsFor(count, removed, added);
   std::int32_t from = 0;
-  for (std::int64_t round = 0; round < std::int64_t{count} + kMaxExtraRounds; ++round) {
+  for (std::int64_t round = 0; round < rounds; ++round) {
     const char* hit = std::strstr(text + from, what.get());
     if (!hit) break;
     const auto at = static_cast<std::int32_t>(hit - text);

@@ -69,7 +69,8 @@ class SimpleString {
   bool ReplaceFirst(const char* find, const char* replacement);
   bool ReplaceFirstNoCase(const char* find, const char* replacement);
   // Replaces until `find` occurs no more, also where a replacement has brought
-  // it about. Only a `replacement` that itself holds `find` is left as it is.
+  // it about. Only a `replacement` that itself holds `find` is left as it is, and
+  // one that is longer is given up some thousand rounds after it should have ended.
   // An empty `find` never occurs.
   bool ReplaceAll(const char* find, const char* replacement);
   // Replaces the characters from `start` to `end`, the last one included.

@@ -242,6 +242,14 @@ TEST(SimpleString, AppendTakesItself) {
   Expect(string, "abcabcabcabcbc", 26);
 }
 
+// What a cut left in the buffer reaches over its own new place.
+TEST(SimpleString, AppendTakesWhatLiesBehindItsTerminator) {
+  SimpleString string("abcdefgh");
+  string.Truncate(2);
+  string.Append(string.Text() + 3);
+  Expect(string, "abdefgh", 8);
+}
+
 TEST(SimpleString, AppendsACharacter) {
   SimpleString string;
   string.Append('a');
@@ -410,6 +418,19 @@ TEST(SimpleString, ReplaceAllEndsWhereOccurrencesNeverRunOut) {
   EXPECT_GT(string.Length(), 3);
 }
 
+// Only what makes the text longer could go on for ever.
+TEST(SimpleString, ReplaceAllGoesOnToTheEndWhereTheTextGetsNoLonger) {
+  const auto letters = [](std::size_t first, char a, std::size_t second, char b) {
+    return std::string(first, a) + std::string(second, b);
+  };
+  SimpleString sorted(letters(65, 'a', 65, 'b').c_str());
+  EXPECT_TRUE(sorted.ReplaceAll("ab", "ba"));
+  EXPECT_EQ(sorted.Text(), letters(65, 'b', 65, 'a'));
+  SimpleString nested(letters(5000, 'a', 5000, 'b').c_str());
+  EXPECT_TRUE(nested.ReplaceAll("ab", ""));
+  EXPECT_STREQ(nested.Text(), "");
+}
+
 TEST(SimpleString, ReplaceRangeTakesTheLastCharacterWithIt) {
   SimpleString string("abcdef");
   string.ReplaceRange(1, 3, "-");
@@ -559,9 +580,13 @@ class Steps {
   void ReplaceFirst(const std::string& find) {
     EXPECT_EQ(string_.ReplaceFirst(find.c_str(), "xy"), model_.ReplaceFirst(find, "xy"));
   }
+  // By letters that don't occur, or by a text that is no longer than what it
+  // replaces and may bring it about anew.
   void ReplaceAll() {
-    const std::string find(1, static_cast<char>('a' + Number(0, 2)));
-    const std::string with(static_cast<std::size_t>(Number(0, 3)), 'z');
+    const std::string find = Text().substr(0, 3) + static_cast<char>('a' + Number(0, 2));
+    std::string with(static_cast<std::size_t>(Number(0, 3)), 'z');
+    if (Number(0, 1)) with = Text().substr(0, find.size());
+    if (with == find) return;
     EXPECT_EQ(string_.ReplaceAll(find.c_str(), with.c_str()), model_.ReplaceAll(find, with));
   }
   void ReplaceRange(std::int32_t start, std::int32_t end, const std::string& text) {
