@@ -49,7 +49,8 @@ void SubclassParent(HWND hwnd, const StaticKind& kind) {
   const HWND parent = GetParent(hwnd);
   if (!parent) return;
   const auto present = reinterpret_cast<WNDPROC>(GetWindowLongPtrA(parent, GWLP_WNDPROC));
-  if (present == kind.parentProc) return;
+  // The other kind's procedure may stand in front of this one's.
+  if (present == kind.parentProc || FormerProc(parent, kind)) return;
   SetPropA(parent, kind.originalProc, AsProperty(present));
   ReplaceProc(parent, kind.parentProc);
 }
@@ -62,10 +63,12 @@ HFONT MakeHoverFont(HFONT font, BYTE underline) {
   return CreateFontIndirectA(&description);
 }
 
+// A static that has been attached before keeps its procedure and its fonts.
 void SubclassStatic(HWND hwnd, const StaticKind& kind) {
   SubclassParent(hwnd, kind);
   // Without SS_NOTIFY a static lets the mouse through to its parent.
   SetWindowLongPtrA(hwnd, GWL_STYLE, GetWindowLongPtrA(hwnd, GWL_STYLE) | SS_NOTIFY);
+  if (GetPropA(hwnd, kind.mark)) return;
   const auto former = reinterpret_cast<WNDPROC>(GetWindowLongPtrA(hwnd, GWLP_WNDPROC));
   SetPropA(hwnd, kind.originalProc, AsProperty(former));
   ReplaceProc(hwnd, kind.staticProc);
@@ -75,9 +78,14 @@ void SubclassStatic(HWND hwnd, const StaticKind& kind) {
   SetPropA(hwnd, kind.mark, AsProperty(1));
 }
 
-void RestoreStatic(HWND hwnd, const StaticKind& kind, WNDPROC former) {
-  ReplaceProc(hwnd, former);
+// A window without any procedure would crash at its next message.
+void RestoreProc(HWND hwnd, const StaticKind& kind, WNDPROC former) {
+  if (former) ReplaceProc(hwnd, former);
   RemovePropA(hwnd, kind.originalProc);
+}
+
+void RestoreStatic(HWND hwnd, const StaticKind& kind, WNDPROC former) {
+  RestoreProc(hwnd, kind, former);
   SendMessageA(hwnd, WM_SETFONT, reinterpret_cast<WPARAM>(GetPropA(hwnd, kind.originalFont)), 0);
   RemovePropA(hwnd, kind.originalFont);
   DeleteObject(GetPropA(hwnd, kind.hoverFont));
@@ -140,10 +148,7 @@ template <class ColorOfStatic>
 LRESULT ParentProc(const StaticKind& kind, ColorOfStatic colorOfStatic, HWND hwnd, UINT message,
                    WPARAM wParam, LPARAM lParam) {
   const WNDPROC former = FormerProc(hwnd, kind);
-  if (message == WM_DESTROY) {
-    ReplaceProc(hwnd, former);
-    RemovePropA(hwnd, kind.originalProc);
-  }
+  if (message == WM_DESTROY) RestoreProc(hwnd, kind, former);
   const auto control = reinterpret_cast<HWND>(lParam);
   if (message != WM_CTLCOLORSTATIC || !GetPropA(control, kind.mark))
     return CallFormerProc(former, hwnd, message, wParam, lParam);

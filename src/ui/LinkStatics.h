@@ -14,7 +14,8 @@
 // Of the dialogs' links.
 inline constexpr COLORREF kLinkColour = RGB(0, 0, 0xC0);
 
-// Each results in 1. The static must be the direct child of its dialog.
+// Each results in 1. The static must be the direct child of its dialog. Attaching one
+// again gives it other colours.
 int AttachHyperlink(HWND hwnd, COLORREF color);
 int AttachHyperlink(HWND dialog, int id, COLORREF color);
 int AttachClickable(HWND hwnd, COLORREF normalColor, COLORREF overColor);

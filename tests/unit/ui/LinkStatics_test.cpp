@@ -39,6 +39,11 @@ class StaticTest : public testing::TestWithParam<Kind> {
     EXPECT_EQ(GetParam().attach(window), 1);
     return window;
   }
+  static std::string TextOf(HWND window) {
+    char text[16] = "";
+    SendMessageA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text));
+    return text;
+  }
   HANDLE Property(HWND window, const char* rest) const {
     return GetPropA(window, (std::string(GetParam().prefix) + rest).c_str());
   }
@@ -97,6 +102,31 @@ TEST_P(StaticTest, TwoOnOneParentSubclassItOnce) {
   Attached(6, 150);
   EXPECT_EQ(ProcOf(host.Window()), hooked);
   EXPECT_EQ(Property(host.Window(), "Original_Proc_"), reinterpret_cast<HANDLE>(parentsOwn));
+}
+
+TEST_P(StaticTest, AttachedAgainItIsSubclassedOnce) {
+  const HWND window = AddStatic(5);
+  const WNDPROC own = ProcOf(window);
+  GetParam().attach(window);
+  const HFONT hover = HoverFont(window);
+  const GdiGauge gauge;
+  MoveOver(window, 10, 10);
+  GetParam().attach(window);
+  EXPECT_EQ(gauge.Leaked(), 0);
+  EXPECT_EQ(Property(window, "Original_Proc_"), reinterpret_cast<HANDLE>(own));
+  EXPECT_EQ(Property(window, "Original_Font_"), font) << "not the one that shows under the pointer";
+  EXPECT_EQ(HoverFont(window), hover);
+  MoveOver(window, 10, 100);
+  EXPECT_EQ(FontOf(window), font);
+  EXPECT_EQ(GetCapture(), nullptr);
+  EXPECT_EQ(TextOf(window), "www");
+}
+
+TEST_P(StaticTest, AttachedAgainItGetsItsClicksBack) {
+  const HWND window = Attached();
+  SetWindowLongPtrA(window, GWL_STYLE, GetWindowLongPtrA(window, GWL_STYLE) & ~SS_NOTIFY);
+  GetParam().attach(window);
+  EXPECT_TRUE(GetWindowLongPtrA(window, GWL_STYLE) & SS_NOTIFY);
 }
 
 TEST_P(StaticTest, ThePointerOverItTakesTheCaptureAndTheHoverFont) {
@@ -216,6 +246,24 @@ TEST_P(StaticTest, AParentWithNoFormerProcedureAnswersZero) {
   EXPECT_NE(SendMessageA(host.Window(), WM_NCHITTEST, 0, MAKELPARAM(60, 50)), 0);
 }
 
+// Windows takes a null for the procedure at its word.
+TEST_P(StaticTest, WithNoFormerProcedureTheEndLeavesTheProcedureThatIsThere) {
+  const HWND window = Attached();
+  const std::string name = std::string(GetParam().prefix) + "Original_Proc_";
+  int nulls = 0;
+  HOOK_IMPORT(spy, "user32.dll", SetWindowLongA, [&](HWND hwnd, int index, LONG value) -> LONG {
+    nulls += index == GWLP_WNDPROC && !value;
+    return REAL_IMPORT("user32.dll", SetWindowLongA)(hwnd, index, value);
+  });
+  for (const HWND orphan : {window, host.Window()}) {
+    const HANDLE former = RemovePropA(orphan, name.c_str());
+    ASSERT_NE(former, nullptr);
+    SendMessageA(orphan, WM_DESTROY, 0, 0);
+    EXPECT_EQ(nulls, 0);
+    SetWindowLongPtrA(orphan, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(former));
+  }
+}
+
 TEST_P(StaticTest, ManyComeAndGoWithoutALeak) {
   DestroyWindow(Attached());
   const GdiGauge gauge;
@@ -258,23 +306,57 @@ TEST_F(LinkColorTest, AClickableStaticChangesItsColourWhileHovering) {
   EXPECT_EQ(TextColor(window), 0x112233u);
 }
 
+TEST_F(LinkColorTest, AttachedAgainTheyShowTheNewColours) {
+  AttachHyperlink(window, 0x010101);
+  AttachHyperlink(window, kBlue);
+  EXPECT_EQ(TextColor(window), kBlue);
+  const HWND other = host.AddControl("STATIC", 0, 6, 30, 80, 100, 20);
+  AttachClickable(other, 0x010101, 0x020202);
+  AttachClickable(other, 0x112233, 0x445566);
+  EXPECT_EQ(TextColor(other), 0x112233u);
+  SendMessageA(other, WM_MOUSEMOVE, 0, MousePoint(10, 10));
+  EXPECT_EQ(TextColor(other), 0x445566u);
+  ReleaseCapture();
+}
+
+TEST_F(LinkColorTest, BothKindsTakeTurnsOnOneParent) {
+  const WNDPROC parentsOwn = ProcOf(host.Window());
+  constexpr int kTurns = 3;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    AttachHyperlink(host.AddControl("STATIC", 0, 10 + turn, 30, 80, 9, 9), kBlue);
+    AttachClickable(host.AddControl("STATIC", 0, 20 + turn, 60, 80, 9, 9), 0x112233, 0x445566);
+  }
+  for (int turn = 0; turn < kTurns; ++turn) {
+    EXPECT_EQ(TextColor(GetDlgItem(host.Window(), 10 + turn)), kBlue);
+    EXPECT_EQ(TextColor(GetDlgItem(host.Window(), 20 + turn)), 0x112233u);
+  }
+  SendMessageA(host.Window(), WM_DESTROY, 0, 0);
+  EXPECT_EQ(ProcOf(host.Window()), parentsOwn);
+}
+
 TEST_F(LinkColorTest, OtherStaticsKeepTheirColour) {
   AttachHyperlink(window, kBlue);
   const HWND other = host.AddControl("STATIC", 0, 6, 30, 80, 100, 20);
   EXPECT_NE(TextColor(other), kBlue);
 }
 
+// Answers questions for the colour of a static with a brush.
+LRESULT CALLBACK AnswerWithABrush(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_CTLCOLORSTATIC)
+    return reinterpret_cast<LRESULT>(GetStockObject(DKGRAY_BRUSH));
+  return CallWindowProcA(underlying, hwnd, message, wParam, lParam);
+}
+
 TEST_F(LinkColorTest, TheBrushIsTheParentsOwn) {
+  underlying = reinterpret_cast<WNDPROC>(SetWindowLongPtrA(
+      host.Window(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&AnswerWithABrush)));
   AttachHyperlink(window, kBlue);
-  const auto brush = reinterpret_cast<LRESULT>(GetStockObject(DKGRAY_BRUSH));
-  host.onMessage = [&](UINT message, WPARAM, LPARAM) { return message == WM_CTLCOLORSTATIC; };
   const Canvas canvas(4, 4);
   const auto ask = [&] {
     return SendMessageA(host.Window(), WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(canvas.Dc()),
                         reinterpret_cast<LPARAM>(window));
   };
-  EXPECT_EQ(ask(), TRUE) << "what the parent answered";
-  EXPECT_NE(ask(), brush);
+  EXPECT_EQ(ask(), reinterpret_cast<LRESULT>(GetStockObject(DKGRAY_BRUSH)));
   RemovePropA(host.Window(), "_Hyperlink_Original_Proc_");
   EXPECT_EQ(ask(), reinterpret_cast<LRESULT>(canvas.Dc())) << "no former procedure";
 }
