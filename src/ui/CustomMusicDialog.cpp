@@ -108,18 +108,23 @@ void ShowCount(HWND dialog) {
 // --- Adding ---
 
 // All entries of a list, or those alone that look like music.
-void AddPlaylist(HWND dialog, const char* fileName, bool musicAlone) {
-  Playlist list;
-  list.Load(fileName);
+void AddEntries(HWND dialog, const Playlist& list, bool musicAlone) {
   for (int i = 0; i < list.GetCount(); ++i)
     if (!musicAlone || IsOfType(list.GetEntry(i), kAudioTypes)) AddRow(dialog, list.GetEntry(i));
 }
 
-// A list is opened by its full path: not every file dialog makes the folder of a
-// typed path the current one.
+// By its full path, since not every file dialog makes the folder of a typed path
+// the current one; else by its name there, since a folder may have characters
+// that its path lost on the way to the system's code page.
+void AddPlaylist(HWND dialog, const std::string& path, bool musicAlone) {
+  Playlist list;
+  if (!list.Load(path.c_str())) list.Load(GetFileNameAndExt(path.c_str()));
+  AddEntries(dialog, list, musicAlone);
+}
+
 void AddChosenFile(HWND dialog, const std::string& path, bool oneOfSeveral) {
   if (IsOfType(path.c_str(), kPlaylistTypes))
-    AddPlaylist(dialog, path.c_str(), oneOfSeveral);
+    AddPlaylist(dialog, path, oneOfSeveral);
   else
     AddRow(dialog, path.c_str());
 }
@@ -127,6 +132,7 @@ void AddChosenFile(HWND dialog, const std::string& path, bool oneOfSeveral) {
 // A list that is chosen by itself is taken whole; among other files it gives
 // its music.
 void AddChosenFiles(HWND dialog, const ChosenFiles& chosen) {
+  if (chosen.first.empty()) return;  // nothing that could be read
   if (chosen.names.empty()) return AddChosenFile(dialog, chosen.first, false);
   for (const std::string& name : chosen.names)
     AddChosenFile(dialog, chosen.first + "\\" + name, true);
@@ -225,7 +231,7 @@ void AskAndLeave(HWND dialog) {
 // --- The window ---
 
 void OnInit(HWND dialog) {
-  AddPlaylist(dialog, PlaylistPath.c_str(), false);
+  AddEntries(dialog, Playlist(PlaylistPath.c_str()), false);
   ShowCount(dialog);
   for (std::size_t i = 0; i < std::size(kTips); ++i)
     gTips[i] = CreateTooltip(GetDlgItem(dialog, kTips[i].control), kTips[i].text, kTooltipWidth, 0,

@@ -1,5 +1,7 @@
 #include "ui/CustomMusicDialog.h"
 
+#include "base/AnsiText.h"
+#include "base/win_owned.h"
 #include "support/ModalDialog.h"
 #include "support/SessionState.h"
 #include "support/TempFolder.h"
@@ -495,6 +497,51 @@ TEST_P(AddingTest, APlaylistInAnotherFolderThanTheOneShownIsFound) {
   });
 }
 
+// In a folder whose name the code page can't tell, which is the current one as
+// long as the file dialog says so.
+class FarFolderTest : public CustomMusicDialogTest {
+ protected:
+  FarFolderTest() {
+    wideStart = WideFromAnsi(folder.Path()) + L"\\\u041c\u0443\u0437\u044b\u043a\u0430";
+    CreateDirectoryW(wideStart.c_str(), nullptr);
+    Write(L"list.m3u", "C:\\far\\notes.txt\nC:\\far\\out.mp3\n");
+    Write(L"one.mp3", "1");
+    OpenFileRecordW.lpstrInitialDir = wideStart.c_str();
+  }
+  ~FarFolderTest() override {
+    SetCurrentDirectoryA(formerFolder);
+    for (const wchar_t* name : {L"list.m3u", L"one.mp3"}) DeleteFileW(File(name).c_str());
+    EXPECT_TRUE(RemoveDirectoryW(wideStart.c_str()));
+  }
+
+ private:
+  std::wstring File(const wchar_t* name) const { return wideStart + L"\\" + name; }
+  void Write(const wchar_t* name, const std::string& text) const {
+    const KernelHandle file(CreateFileW(File(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0,
+                                  nullptr));
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written,
+                          nullptr));
+  }
+};
+
+TEST_F(FarFolderTest, APlaylistIsFoundByItsName) {
+  AddByTyping("list.m3u", [](HWND dialog) {
+    EXPECT_THAT(Paths(dialog), ElementsAre("C:\\far\\notes.txt", "C:\\far\\out.mp3"));
+  });
+}
+
+TEST_F(FarFolderTest, APlaylistAmongOtherFilesIsFoundByItsName) {
+  AddByTyping("\"one.mp3\" \"list.m3u\"",
+              [](HWND dialog) { EXPECT_THAT(Names(dialog), ElementsAre("one.mp3", "out.mp3")); });
+}
+
+TEST_F(FarFolderTest, TheUsersOwnListIsNotLookedForInTheCurrentFolder) {
+  SetCurrentDirectoryW(wideStart.c_str());
+  PlaylistPath = "C:\\not there\\list.m3u";
+  Look([](HWND dialog) { EXPECT_THAT(Names(dialog), IsEmpty()); });
+}
+
 TEST_P(AddingTest, APlaylistAmongOtherFilesGivesItsMusicAlone) {
   AddByTyping("\"one.mp3\" \"list.m3u\"", [](HWND dialog) {
     EXPECT_THAT(Names(dialog), ElementsAre("one.mp3", "in.wav", "out.MP3"));
@@ -524,6 +571,41 @@ TEST_P(AddingTest, ACancelledFileDialogChangesNothing) {
         ClickButton(dialog, IDCANCEL);
       });
   EXPECT_EQ(script.Run(IDD_CUSTOM_MUSIC, CustomMusicDialogProc), IDCANCEL);
+}
+
+// Answers as a file dialog whose record holds nothing that could be read.
+class UnreadableTest : public AddingTest {
+ protected:
+  void AddAndExpectNoRow() {
+    Look([](HWND dialog) {
+      ClickButton(dialog, IDC_ADD_FILES);
+      EXPECT_THAT(Names(dialog), IsEmpty());
+      EXPECT_EQ(Label(dialog), "0\nFiles");
+    });
+  }
+
+ private:
+  AnyHook narrow_ = ANY_HOOK("comdlg32.dll", GetOpenFileNameA,
+                             [](OPENFILENAMEA*) -> BOOL { return TRUE; });
+  AnyHook wide_ = ANY_HOOK("comdlg32.dll", GetOpenFileNameW,
+                           [](OPENFILENAMEW*) -> BOOL { return TRUE; });
+};
+
+INSTANTIATE_TEST_SUITE_P(Systems, UnreadableTest, testing::Values(kRecentSystem, kOldSystem));
+
+TEST_P(UnreadableTest, WithoutABufferNoRowIsAdded) {
+  OpenFileRecordA.lpstrFile = nullptr;
+  OpenFileRecordW.lpstrFile = nullptr;
+  AddAndExpectNoRow();
+}
+
+TEST_P(UnreadableTest, WithoutATerminatorNoRowIsAdded) {
+  std::string narrow(32, 'x');
+  std::wstring wide(32, L'x');
+  OpenFileRecordA.lpstrFile = narrow.data();
+  OpenFileRecordW.lpstrFile = wide.data();
+  OpenFileRecordA.nMaxFile = OpenFileRecordW.nMaxFile = 32;
+  AddAndExpectNoRow();
 }
 
 TEST_P(AddingTest, ANameThatDoesntFitIsReported) {
