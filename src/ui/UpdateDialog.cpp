@@ -21,6 +21,9 @@ constexpr int kDotForms = 8;  // from none to seven
 std::unique_ptr<CCheckForUpdateThread> checkThread;  // while the dialog stands
 bool timerRuns = false;
 int dots = 0;
+// An address stands in the window. Before, the worker may be writing what the
+// thread object holds.
+bool linkOffered = false;
 // Asked about once in a run of the program: the answer holds for later checks.
 bool linkFollowed = false;
 
@@ -54,7 +57,8 @@ void ShowReplyBox(HWND hwnd) {
 
 // What the server calls a link may be anything: only an address can be clicked.
 void ShowLink(HWND hwnd, const char* link) {
-  if (IsWebAddress(link)) AttachHyperlink(hwnd, IDC_UPDATE_LINK, kLinkColour);
+  linkOffered = IsWebAddress(link);
+  if (linkOffered) AttachHyperlink(hwnd, IDC_UPDATE_LINK, kLinkColour);
   ShowWindow(GetDlgItem(hwnd, IDC_UPDATE_LINK), SW_SHOW);
   SetDlgItemTextA(hwnd, IDC_UPDATE_LINK, link);
 }
@@ -88,8 +92,7 @@ void CancelCheck(HWND hwnd) {
 }
 
 void FollowLink() {
-  if (!checkThread || !checkThread->HasLink()) return;
-  if (OpenWebPage(checkThread->GetLink())) linkFollowed = true;
+  if (linkOffered && OpenWebPage(checkThread->GetLink())) linkFollowed = true;
 }
 
 void OnCommand(HWND hwnd, int id, int notification) {
@@ -126,6 +129,7 @@ INT_PTR CALLBACK UpdateDialogProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM
       return 1;
     case WM_DESTROY:
       StopTimer(hwnd);
+      linkOffered = false;
       checkThread.reset();
       return 1;
     default:

@@ -132,6 +132,7 @@ TEST_F(UpdateDialogTest, HasItsControlsInTheirPlaces) {
     EXPECT_TRUE(styleOf(1123) & ES_MULTILINE);
     EXPECT_TRUE(styleOf(1123) & ES_READONLY);
     EXPECT_TRUE(styleOf(1124) & SS_CENTER);
+    EXPECT_FALSE(styleOf(1124) & SS_NOTIFY) << "there is nothing to click yet";
   });
 }
 
@@ -278,6 +279,34 @@ TEST_F(UpdateDialogTest, AClickOnTheLinkOpensItAndNoQuestionComesAnyMore) {
   Serve("<link>" + kAddress + "</link>");
   EXPECT_EQ(OnAnswer([](HWND dialog) { PostCommand(dialog, IDOK); }), IDOK);
   EXPECT_TRUE(boxes.shown.empty());
+}
+
+// The worker has its link a moment before the window hears of it; that an earlier
+// check had offered one changes nothing.
+TEST_F(UpdateDialogTest, AClickBeforeTheAnswerShowsOpensNothing) {
+  Serve("<link>" + kAddress + "</link>");
+  const auto click = MAKEWPARAM(IDC_UPDATE_LINK, STN_CLICKED);
+  boxes.answer = IDYES;
+  int early = 0;
+  HOOK_IMPORT(clicker, "user32.dll", SendMessageA,
+              [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                const auto send = REAL_IMPORT("user32.dll", SendMessageA);
+                if (message == kAnswerMessage) {
+                  send(window, WM_COMMAND, click, 0);
+                  ++early;
+                }
+                return send(window, message, wParam, lParam);
+              });
+  for (const int check : {1, 2}) {
+    opened.clear();
+    OnAnswer([&](HWND dialog) {
+      EXPECT_EQ(early, check);
+      EXPECT_TRUE(opened.empty()) << check;
+      SendMessageA(dialog, WM_COMMAND, click, 0);
+      EXPECT_EQ(opened, std::vector<std::string>{kAddress});
+      PostCommand(dialog, IDOK);
+    });
+  }
 }
 
 TEST_F(UpdateDialogTest, TheAnswerBoxLiesInFrontOfTheLabel) {
