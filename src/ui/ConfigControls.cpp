@@ -155,13 +155,13 @@ void ShowSettingsInToggles() {
 void CreateToggles(HWND dialog, HDC windowDc) {
   LoadIndicators(windowDc);
   MakeToggleWindows(dialog);
-  AddTogglesToList(dialog);
   formerFastModeProc = ReplaceProc(GetDlgItem(dialog, IDC_FAST_MODE), FastModeButtonProc);
+  AddTogglesToList(dialog);
   ShowSettingsInToggles();
 }
 
-// The windows go while their procedures still stand in a row: tooltips watch
-// them by procedures of their own, which end with the window.
+// The windows go first: their last messages still pass through all procedures that
+// stand in a row there, and none has to be taken out of it.
 void DestroyToggles() {
   for (HWND& window : toggleWindows) {
     if (window) DestroyWindow(window);
@@ -332,12 +332,11 @@ void MoveModeKnob(int selected, int rows) {
 
 // --- All of them ---
 
-bool ApplyControlsToSettings() {
-  if (!toggles) return false;
+void ApplyControlsToSettings() {
+  if (!toggles) return;
   for (const ToggleRow& row : kToggles) ss->*row.setting = ToggleIsOn(row.id) != row.inverted;
   ss->ImageDelay = static_cast<float>(ShownDelay());
   ss->MusicVol = ShownVolume();
-  return true;
 }
 
 void DrawControl(unsigned id, const DRAWITEMSTRUCT* item) {

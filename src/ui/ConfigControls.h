@@ -13,9 +13,9 @@ void CreateSliderControls(HWND hwnd);  // sliders and the list's knob
 void DestroySkinControls();
 void DestroySliderControls();
 
-// Copies toggles and sliders into the settings record. False, with nothing
-// copied, if the controls were never made: what isn't shown isn't written.
-bool ApplyControlsToSettings();
+// Copies toggles and sliders into the settings record. What has no control keeps
+// what was read: without a skin that is all of them.
+void ApplyControlsToSettings();
 
 // Answers WM_DRAWITEM of the control `id`.
 void DrawControl(unsigned id, const DRAWITEMSTRUCT* item);

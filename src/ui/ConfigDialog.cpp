@@ -116,11 +116,11 @@ void OnDrawItem(HWND hwnd, unsigned id, const DRAWITEMSTRUCT* item) {
 
 // --- What the user asks for ---
 
+// A window without its skin has the list of modes and the other dialogs to set up.
 void SaveAndClose(HWND hwnd) {
-  if (ApplyControlsToSettings()) {
-    LOG_INFO("Writing registry settings");
-    ss->WriteRegistry();
-  }
+  ApplyControlsToSettings();
+  LOG_INFO("Writing registry settings");
+  ss->WriteRegistry();
   EndDialog(hwnd, IDOK);
 }
 

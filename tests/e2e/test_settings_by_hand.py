@@ -9,6 +9,7 @@ import PIL.Image
 import pytest
 
 from harness import pictures
+from harness.dialogs import Dialog
 from harness.saver import SETTINGS_KEY
 from harness.waiting import wait_until
 
@@ -122,6 +123,10 @@ def stored(desktop):
     return desktop.hand.value_names("HKCU", SETTINGS_KEY)
 
 
+def stored_mode(desktop):
+    return [desktop.setting_text(f"DispMode{part}") for part in ("Width", "Height", "Bits")]
+
+
 def test_every_toggle_is_flipped_and_stored(window):
     for name, (_, _, default) in TOGGLES.items():
         assert window.indicator(name) is (not default if name == "CramImages" else bool(default))
@@ -196,13 +201,11 @@ def test_a_mode_is_picked_by_the_mouse_and_the_keys(bare_desktop):
     bare_desktop.display.key("Down")
     bare_desktop.display.key("Up")
     window.ok()
-    mode = [bare_desktop.setting_text(f"DispMode{part}") for part in ("Width", "Height", "Bits")]
-    assert mode in (["1024", "768", "16"], ["1024", "768", "32"])
+    assert stored_mode(bare_desktop) in (["1024", "768", "16"], ["1024", "768", "32"])
     window = Window(bare_desktop)
     window.click(550, 282)  # "No change"
     window.ok()
-    assert [bare_desktop.setting_text(f"DispMode{part}")
-            for part in ("Width", "Height", "Bits")] == ["0", "0", "0"]
+    assert stored_mode(bare_desktop) == ["0", "0", "0"]
 
 
 def test_escape_cancels_and_delete_does_nothing(window):
@@ -271,18 +274,26 @@ def damaged(desktop, change):
     yield run, desktop.hand.wait_for_box("ERROR", run.ended)
 
 
-def test_a_damaged_bundle_is_told_and_leaves_a_window_that_stores_nothing(bare_desktop):
+def test_a_damaged_bundle_is_told_and_leaves_a_window_that_stores_a_mode(bare_desktop):
+    # The sliders that it lacks would make 17 and 246 of these.
+    bare_desktop.settings(ImageDelay="17.500000", MusicVol="255")
     with damaged(bare_desktop, lambda data: data[:-4] + b"\xee" * 4) as (run, box):
         assert box["message"] == (
             "Error opening menu graphic! File probably corrupt.\n"
             "Try re-installing or re-downloading this screensaver")
         bare_desktop.hand.answer_box(box)
-        plain = wait_until("the plain window", lambda: [
-            b for b in bare_desktop.hand.boxes() if b["text"] == TITLE], alive=run.ended)[0]
-        bare_desktop.hand.ask("post", plain["hwnd"], 0x0111, 1, 0)  # OK
+        plain = Dialog(run, TITLE)
+        row_height = plain.ask(1024, 0x01A1)  # LB_GETITEMHEIGHT
+        plain.press(1024, down=row_height * 3 // 2)
+        wait_until("the second row is picked", lambda: plain.ask(1024, 0x0188) == 1,  # LB_GETCURSEL
+                   alive=run.ended)
+        plain.press(1)
         assert run.wait_end() == 0
-    # The flags of the run itself are all that there is.
-    assert set(stored(bare_desktop)) == {"CrashFlag", "CriticalError", "DoChecksum"}
+    assert stored_mode(bare_desktop) in (["1024", "768", "16"], ["1024", "768", "32"])
+    assert bare_desktop.setting_text("ImageDelay") == "17.500000"
+    assert bare_desktop.setting_text("MusicVol") == "255"
+    for name, (_, _, default) in TOGGLES.items():
+        assert bare_desktop.setting_dword(name) == default, name
 
 
 def test_a_damaged_picture_is_told_and_ends_the_program(bare_desktop):

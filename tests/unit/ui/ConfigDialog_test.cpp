@@ -7,6 +7,7 @@
 #include "support/WaitFor.h"
 #include "ui/AboutDialog.h"
 #include "ui/CaptionOptionsDialog.h"
+#include "ui/ConfigControls.h"
 #include "ui/CustomMusicDialog.h"
 #include "ui/SpeedTipsDialog.h"
 #include "ui/Tooltips.h"
@@ -306,6 +307,20 @@ TEST_F(ConfigDialogTest, BuiltInAndCustomMusicAreIndependent) {
   PressOk();
   EXPECT_EQ(settings.DefaultMusic, 0);
   EXPECT_EQ(settings.CustomMusic, 0);
+}
+
+// The note is asked for by the button's release, which the toggle has passed on.
+TEST_F(ConfigDialogTest, TheFastModeNoteStandsBehindTheToggle) {
+  std::vector<WNDPROC> procedures;
+  HOOK_IMPORT(spy, "user32.dll", SetWindowLongA, [&](HWND hwnd, int index, LONG value) -> LONG {
+    if (index == GWLP_WNDPROC && GetDlgCtrlID(hwnd) == 1061)
+      procedures.push_back(reinterpret_cast<WNDPROC>(value));
+    return REAL_IMPORT("user32.dll", SetWindowLongA)(hwnd, index, value);
+  });
+  Open();
+  ASSERT_EQ(procedures.size(), 2u);
+  EXPECT_EQ(procedures[0], &FastModeButtonProc);
+  EXPECT_NE(procedures[1], &FastModeButtonProc);
 }
 
 // --- The delay ---

@@ -109,18 +109,30 @@ TEST_F(SkinTest, AMissingPictureIsToldAndLeavesAPlainWindow) {
   ExpectPlainWindow();
 }
 
-TEST_F(SkinTest, APlainWindowWritesNothingThatItCouldNotShow) {
+// The sliders would round the delay and the volume.
+TEST_F(SkinTest, APlainWindowSavesThePickedModeAndLeavesWhatItDoesNotShow) {
   members.erase("menuskin.jpg");
   WriteMembers();
+  modes = {{800, 600, 32}};
   settings.ImageDelay = 17.5f;
   settings.MusicVol = 255;
+  settings.FastMode = 1;
+  settings.CramImages = 0;
   Open();
+  SendMessageA(Control(1024), LB_SETCURSEL, 1, 0);
+  Command(1024, LBN_SELCHANGE);
   Command(1);
   EXPECT_THAT(results, ElementsAre(1));
-  EXPECT_FALSE(user.KeyExists());
-  EXPECT_EQ(settings.ImageDelay, 17.5f);
-  EXPECT_EQ(settings.MusicVol, 255);
-  EXPECT_EQ(settings.PlayMusic, 1);
+  SaverSettings next;
+  next.ReadRegistry();
+  EXPECT_EQ(next.DispModeWidth, 800);
+  EXPECT_EQ(next.DispModeHeight, 600);
+  EXPECT_EQ(next.DispModeBits, 32);
+  EXPECT_EQ(next.ImageDelay, 17.5f);
+  EXPECT_EQ(next.MusicVol, 255);
+  EXPECT_EQ(next.FastMode, 1);
+  EXPECT_EQ(next.CramImages, 0);
+  EXPECT_EQ(next.PlayMusic, 1);
 }
 
 TEST_F(SkinTest, APlainWindowCanBeCancelled) {
@@ -128,6 +140,7 @@ TEST_F(SkinTest, APlainWindowCanBeCancelled) {
   Open();
   Command(2);
   EXPECT_THAT(results, ElementsAre(2));
+  EXPECT_FALSE(user.KeyExists());
 }
 
 // The dialog ends at once: its result is the low word of the window that was to
