@@ -1,7 +1,10 @@
 #include "ui/ConfigTooltips.h"
 
+#include "ui/Product.h"
 #include "ui/Tooltips.h"
 #include "ui/resource.h"
+
+#include <string>
 
 LinkedList<HWND> gTooltips;
 
@@ -14,7 +17,10 @@ struct TooltipRow {
 
 constexpr char kModes[] = "Display modes (smaller numbers are faster, higher numbers look better)";
 
-constexpr TooltipRow kTooltips[] = {
+// No blank stands between name and version.
+const std::string aboutText = std::string("About ") + kProductName + kVersionText;
+
+const TooltipRow kTooltips[] = {
     {IDC_CUSTOM_MUSIC_LIST, "Click here to select custom music"},
     {IDC_PLAY_MUSIC, "Play music when the screensaver runs"},
     {IDC_SHUFFLE_MUSIC, "Randomly shuffle the order of the music"},
@@ -25,7 +31,7 @@ constexpr TooltipRow kTooltips[] = {
     {IDC_HELP_BUTTON, "View help on configuring this screensaver"},
     {IDC_SUPPORT, "Click to obtain support for this product"},
     {IDC_CAPTION_OPTIONS, "Click to enable/disable and configure captions"},
-    {IDC_ABOUT, "About Velmora 21.0"},  // name and version, with no blank between
+    {IDC_ABOUT, aboutText.c_str()},
     {IDC_WEB_SITE, "Click to visit Tarnwick's website"},
     {IDC_SPECIALS, "Click to see Tarnwick's current special offers!"},
     {IDC_UPDATES, "Click to check for updates to this product"},
