@@ -517,8 +517,8 @@ class FarFolderTest : public CustomMusicDialogTest {
  private:
   std::wstring File(const wchar_t* name) const { return wideStart + L"\\" + name; }
   void Write(const wchar_t* name, const std::string& text) const {
-    const KernelHandle file(CreateFileW(File(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0,
-                                  nullptr));
+    const KernelHandle file(CreateFileW(File(name).c_str(), GENERIC_WRITE, 0, nullptr,
+                                        CREATE_NEW, 0, nullptr));
     DWORD written = 0;
     EXPECT_TRUE(WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written,
                           nullptr));
