@@ -18,9 +18,6 @@
 namespace {
 
 constexpr std::int32_t kWindowsXp = 7;  // an OsVersionCode
-// How long somebody waits for the work on a crash: it may need a lock that a
-// crashed thread holds, and then it never ends.
-constexpr DWORD kMostWorkMs = 120000;
 constexpr DWORD kMostEndMs = 5000;
 
 constexpr char kDamagedInCrash[] =
@@ -134,7 +131,7 @@ void SpareThread::Run() {
 }
 
 void AwaitWork() {
-  while (WaitForSingleObject(workDone, kMostWorkMs) == WAIT_TIMEOUT && tellingUser) {
+  while (WaitForSingleObject(workDone, kMostCrashWorkMs) == WAIT_TIMEOUT && tellingUser) {
   }
 }
 

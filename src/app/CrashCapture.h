@@ -12,6 +12,10 @@
 inline constexpr DWORD kUncaughtException = 0xE0000001;
 inline constexpr DWORD kAborted = 0xE0000002;
 
+// How long somebody waits for the work on a crash, ms: it may need a lock that a
+// crashed thread holds, and then it never ends.
+inline constexpr DWORD kMostCrashWorkMs = 120000;
+
 // From here on every crash, on any thread, ends in UnhandledFilter: faults, C++
 // exceptions that nobody catches, and abort. Makes the thread that does the work
 // after a stack overflow. WinMain's first act.

@@ -16,5 +16,6 @@ FileTime FileTimeOf(const FILETIME& time);
 FileTime WrittenAt(const std::string& path);
 
 // True if the file can be read, has the head of a dump, and is as long as its
-// directory says. A dump that ran into a full disk isn't.
+// directory and its lists of threads and of memory say. A dump that ran into a full
+// disk isn't.
 bool IsWholeDump(const std::string& path);

@@ -1,38 +1,16 @@
 #include "reporterr/DumpWatch.h"
 
+#include "app/CrashCapture.h"
 #include "base/FindNoCase.h"
-
-#include <tlhelp32.h>
+#include "reporterr/Processes.h"
 
 namespace {
 
 // File times may lag behind the clock by a tick.
 constexpr FileTime kClockSlack = 100 * 10000;
 
-// The process that started this one and the name of its program.
-struct Starter {
-  DWORD id = 0;
-  std::string program;
-};
-
-Starter FindStarter() {
-  const KernelHandle list = OwnFile(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  PROCESSENTRY32 entry{};
-  entry.dwSize = sizeof entry;
-  Starter starter;
-  for (BOOL found = Process32First(list.get(), &entry); found;
-       found = Process32Next(list.get(), &entry))
-    if (entry.th32ProcessID == GetCurrentProcessId()) starter.id = entry.th32ParentProcessID;
-  for (BOOL found = Process32First(list.get(), &entry); found;
-       found = Process32Next(list.get(), &entry))
-    if (entry.th32ProcessID == starter.id) starter.program = entry.szExeFile;
-  return starter;
-}
-
-KernelHandle OpenCrashedProgram() {
-  const Starter starter = FindStarter();
-  if (FindNoCase(starter.program.c_str(), "velmora2.") != starter.program.c_str()) return {};
-  return KernelHandle(OpenProcess(SYNCHRONIZE, FALSE, starter.id));
+bool IsSaver(const Process& process) {
+  return FindNoCase(process.program.c_str(), "velmora2.") == process.program.c_str();
 }
 
 FileTime StartOfThisProgram() {
@@ -44,16 +22,37 @@ FileTime StartOfThisProgram() {
 }  // namespace
 
 DumpWatch::DumpWatch(const std::string& dumpFile)
-    : dumpFile_(dumpFile), crashed_(OpenCrashedProgram()), started_(StartOfThisProgram()) {}
+    : dumpFile_(dumpFile), started_(StartOfThisProgram()), waitingSince_(GetTickCount()) {
+  FindCrash();
+}
+
+// A starter that has ended by now was a crashing program: what a user starts
+// programs with goes on.
+void DumpWatch::FindCrash() {
+  const std::vector<Process> running = RunningProcesses();
+  const Process* const self = FindProcess(running, GetCurrentProcessId());
+  if (!self || !self->starter) return;
+  const Process* const starter = FindProcess(running, self->starter);
+  followsCrash_ = !starter || IsSaver(*starter);
+  if (starter && followsCrash_)
+    crashed_.reset(OpenProcess(SYNCHRONIZE, FALSE, starter->id));
+}
 
 DumpWatch::State DumpWatch::Look() const {
   // Asked first: a dump may come between the two questions.
-  const bool over = !crashed_ || WaitForSingleObject(crashed_.get(), 0) == WAIT_OBJECT_0;
+  const bool over = IsOver();
   if (IsThere()) return State::Ready;
   return over ? State::Missing : State::Waiting;
 }
 
+// The crashed program may hang in its dump for ever. It gives its work up itself
+// after this time.
+bool DumpWatch::IsOver() const {
+  return !crashed_ || WaitForSingleObject(crashed_.get(), 0) == WAIT_OBJECT_0 ||
+         GetTickCount() - waitingSince_ >= kMostCrashWorkMs;
+}
+
 bool DumpWatch::IsThere() const {
-  if (crashed_ && WrittenAt(dumpFile_) + kClockSlack < started_) return false;
+  if (followsCrash_ && WrittenAt(dumpFile_) + kClockSlack < started_) return false;
   return IsWholeDump(dumpFile_);
 }

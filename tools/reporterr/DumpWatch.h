@@ -21,14 +21,19 @@ class DumpWatch {
 
   // Whether a crash has started the tool, rather than the user. Without a crash
   // any whole dump will do.
-  bool FollowsCrash() const { return static_cast<bool>(crashed_); }
-  // To be called now and then until it isn't Waiting.
+  bool FollowsCrash() const { return followsCrash_; }
+  // To be called now and then until it isn't Waiting, which takes two minutes at
+  // most.
   State Look() const;
 
  private:
+  void FindCrash();
+  bool IsOver() const;
   bool IsThere() const;
 
   std::string dumpFile_;
-  KernelHandle crashed_;     // null without a crash
-  FileTime started_ = 0;     // when this program was
+  bool followsCrash_ = false;
+  KernelHandle crashed_;      // null without a crash, and if the program has ended
+  FileTime started_ = 0;      // when this program was
+  DWORD waitingSince_ = 0;    // of GetTickCount
 };

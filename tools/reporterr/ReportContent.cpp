@@ -6,14 +6,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <string_view>
 
 namespace {
 
 constexpr std::string_view kLogField = "&logData=";
 constexpr std::string_view kDumpField = "&dumpData=";
-constexpr std::uint64_t kShownBytes = 1 << 20;  // of each part
+// Of each part's file: about a megabyte, and whole lines of a dump's text.
+constexpr std::uint64_t kBytesPerLine = 54;
+constexpr std::uint64_t kShownBytes = (1 << 20) / kBytesPerLine * kBytesPerLine;
 
 std::uint64_t FileSize(const std::string& path) {
   WIN32_FILE_ATTRIBUTE_DATA data{};
@@ -34,8 +35,21 @@ std::string Beginning(const std::string& path) {
   return text;
 }
 
+// Both on the wire.
 std::string HowMuchFollows(std::uint64_t size, std::uint64_t shown) {
   return size <= shown ? "" : "\n[" + SizeText(size - shown) + " more]\n";
+}
+
+// A dump's text from its start on; its end, too, if these bytes are all of it.
+std::string Encoded(const std::string& bytes, bool isAll) {
+  constexpr std::size_t kSpareRoom = 8;
+  std::string text(bytes.size() * 2 + kSpareRoom, '\0');
+  Base64State state;
+  std::size_t length = EncodeBlock(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                   bytes.size(), text.data(), state);
+  if (isAll) length += EncodeEnd(text.data() + length, state);
+  text.resize(length);
+  return text;
 }
 
 std::string LogText(const ReportContent& content) {
@@ -48,12 +62,9 @@ std::string LogText(const ReportContent& content) {
 
 std::string DumpText(const ReportContent& content) {
   if (content.dumpFile.empty()) return "";
-  std::istringstream bytes(Beginning(content.dumpFile));
-  std::ostringstream text;
-  Base64State state;
-  EncodeStream(state, bytes, text);
-  const std::string rest = HowMuchFollows(FileSize(content.dumpFile), kShownBytes);
-  return std::string(kDumpField) + text.str() + rest;
+  const std::uint64_t size = FileSize(content.dumpFile);
+  const std::string text = Encoded(Beginning(content.dumpFile), size <= kShownBytes);
+  return std::string(kDumpField) + text + HowMuchFollows(EncodedSize(size), text.size());
 }
 
 }  // namespace

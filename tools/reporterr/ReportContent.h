@@ -21,7 +21,7 @@ std::uint64_t DumpSize(const ReportContent& content);
 std::uint64_t TotalSize(const ReportContent& content);
 
 // The report as it is sent. Of a part of more than a megabyte the beginning, and
-// a line that says how much follows.
+// a line that says how much follows on the wire.
 std::string ReportText(const ReportContent& content);
 
 // "812 bytes", "14.9 KB", "3.0 MB".

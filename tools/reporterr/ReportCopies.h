@@ -8,15 +8,19 @@
 
 class ReportCopies {
  public:
-  // Makes an empty folder of its own in the user's folder for temporary files.
+  // Makes an empty folder of its own in the user's folder for temporary files, and
+  // removes those of tools that ended without a chance to.
   ReportCopies();
-  ~ReportCopies();
+  ~ReportCopies() { Remove(); }
   ReportCopies(const ReportCopies&) = delete;
   ReportCopies& operator=(const ReportCopies&) = delete;
 
-  // The path of a fresh copy of `file`, under the same name; empty if there is no
-  // such file.
+  // The path of a fresh copy of `file`, under the same name; of `file` itself if it
+  // can't be copied, as on a full disk. Empty if there is no such file.
   std::string Copy(const std::string& file) const;
+
+  // Removes the copies and their folder, for an end that no destructor sees.
+  void Remove() const;
 
  private:
   std::string folder_;  // with the trailing backslash
