@@ -2,6 +2,8 @@
 
 import base64
 import os
+import re
+import resource
 import shutil
 import struct
 import time
@@ -10,6 +12,7 @@ import pytest
 
 from harness import places
 from harness.deskhand import DeskHand
+from harness.displays import settled
 from harness.waiting import wait_until
 from harness.webserver import WebServer, hang, reply, send
 
@@ -54,8 +57,8 @@ class Tool:
         assert code.count(HOST) == 1, "the build has another host for reports"
         self.program.write_bytes(code.replace(HOST, host.encode().ljust(len(HOST), b"\0")))
 
-    def start(self):
-        self.run = self.desktop.start(program="ReportErr.exe")
+    def start(self, **options):
+        self.run = self.desktop.start(program="ReportErr.exe", **options)
         return self.wait()
 
     def ended(self):
@@ -85,21 +88,46 @@ class Tool:
         assert button["visible"] and button["enabled"], control
         self.hand.ask("post", button["hwnd"], 0x00F5, 0, 0)  # BM_CLICK
 
-    def write(self, comment):
-        left, top, right, bottom = self.controls()[COMMENT]["rect"]
+    def move_mouse_to(self, control):
+        left, top, right, bottom = self.controls()[control]["rect"]
         self.desktop.display.move_mouse((left + right) // 2, (top + bottom) // 2)
+
+    def click(self, control):
+        self.move_mouse_to(control)
         self.desktop.display.click()
+
+    def enter_on(self, control):
+        """Presses the Enter key while a control has the focus."""
+        self.hand.ask("send", self.window, 0x0028, self.controls()[control]["hwnd"], 1)
+        self.desktop.display.key("Return")
+
+    def shot(self, control):
+        """What the screen shows of a control."""
+        left, top, right, bottom = self.controls()[control]["rect"]
+        return settled(self.desktop.display)[top:bottom, left:right]
+
+    def write(self, comment):
+        self.click(COMMENT)
         self.desktop.display.xdotool("type", comment)
         wait_until("the comment", lambda: self.text(COMMENT) == comment, alive=self.ended)
 
     def whole_text(self):
         """What the tool says it would send, lines ended by one character."""
         self.press(SHOW)
-        preview = wait_until("the whole text", lambda: self.hand.windows("#32770", PREVIEW))[0]
+        return self.close_preview()
+
+    def close_preview(self):
+        """Waits for the whole text, which it returns, and closes its window."""
+        preview = wait_until("the whole text", lambda: self.hand.windows("#32770", PREVIEW), 60,
+                             alive=self.ended)[0]
         text = next(c["text"] for c in self.hand.children(preview["hwnd"]) if c["id"] == TEXT)
         self.hand.ask("post", preview["hwnd"], 0x0111, CANCEL, 0)
         wait_until("the tool's own window", lambda: not self.hand.windows("#32770", PREVIEW))
         return text.replace("\r\n", "\n")
+
+    def copies(self):
+        """The folders that hold copies of log and dump."""
+        return list(self.desktop.prefix.path.glob("drive_c/users/*/Temp/VelmoraReport*"))
 
     def leave(self):
         self.press(CANCEL)
@@ -169,30 +197,93 @@ def test_report_is_sent_as_it_was_shown_and_only_when_told_to(tool, server):
     assert not controls[SEND]["visible"] and controls[CANCEL]["text"] == "Close"
     tool.leave()
     assert len(server.requests) == 1
-    assert not list(tool.desktop.prefix.path.glob("drive_c/users/*/Temp/VelmoraReport*"))
+    assert not tool.copies()
 
 
-def test_link_of_the_answer_opens_in_the_browser(tool, server, tmp_path):
-    answer(server, "<msg>Look here.</msg><link>http://127.0.0.83/page?x=1</link>")
-    browser, seen = tmp_path / "browser.sh", tmp_path / "seen"
-    browser.write_text(f'#!/bin/sh\necho "$@" > {seen}.new\nmv {seen}.new {seen}\n')
-    browser.chmod(0o755)
-    tool.hand.set_text("HKCU", r"Software\Wine\WineBrowser", "Browsers", str(browser))
-    try:
-        tool.start().press(SEND)
-        tool.wait_for_text(ANSWER, "Look here.")
-        tool.press(LINK)
-        wait_until("the browser", seen.exists, 60)
-        assert seen.read_text().strip() == "http://127.0.0.83/page?x=1"
-    finally:
-        tool.hand.delete_tree("HKCU", r"Software\Wine\WineBrowser")
+def test_enter_presses_the_button_that_has_the_focus(tool, server):
+    tool.log_file.write_bytes(LOG_TEXT)
+    tool.start().write("")
+    tool.enter_on(SHOW)
+    tool.close_preview()
+    tool.enter_on(CANCEL)
+    assert tool.run.wait_end(60) == 0
+    assert not server.requests
+    tool.start().write("")
+    tool.enter_on(SEND)
+    wait_for_report(server, tool)
+    tool.wait_for_text(ANSWER, "Thank you")
+    tool.desktop.display.key("Return")
+    assert tool.run.wait_end(60) == 0
+    assert len(server.requests) == 1
+
+
+def test_enter_presses_cancel_while_the_report_is_being_sent(tool, server):
+    server.answer = hang
+    tool.log_file.write_bytes(LOG_TEXT)
+    tool.start().write("")
+    tool.enter_on(LOG)  # no button: so it is the one that stands out
+    wait_for_report(server, tool)
+    tool.desktop.display.key("Return")
+    assert tool.run.wait_end(60) == 0
+
+
+@pytest.fixture
+def browser(tool, tmp_path):
+    """Links that were opened so far, once all that were asked for are."""
+    script, seen = tmp_path / "browser.sh", tmp_path / "seen"
+    script.write_text(f'#!/bin/sh\necho "$@" >> {seen}\n')
+    script.chmod(0o755)
+    tool.hand.set_text("HKCU", r"Software\Wine\WineBrowser", "Browsers", str(script))
+
+    def opened():
+        wait_until("a link", seen.exists, 60)
+        wait_until("the system's starter of browsers has ended",
+                   lambda: tool.hand.value("count-programs", "winebrowser") == 0, 60)
+        return seen.read_text().splitlines()
+
+    yield opened
+    tool.hand.delete_tree("HKCU", r"Software\Wine\WineBrowser")
+
+
+def start_and_get(tool, server, link):
+    """Has the server answer with a link."""
+    answer(server, f"<msg>Look here.</msg><link>{link}</link>")
+    tool.start().press(SEND)
+    tool.wait_for_text(ANSWER, "Look here.")
+    return tool
+
+
+def test_link_of_the_answer_opens_in_the_browser(tool, server, browser):
+    start_and_get(tool, server, "http://127.0.0.83/page?x=1&y=2").press(LINK)
+    assert browser() == ["http://127.0.0.83/page?x=1&y=2"]
+
+
+def test_double_click_on_the_link_opens_it_once(tool, server, browser):
+    start_and_get(tool, server, "http://127.0.0.83/page")
+    left, top, _, bottom = tool.controls()[LINK]["rect"]
+    tool.desktop.display.move_mouse(left + 20, (top + bottom) // 2)
+    tool.desktop.display.xdotool("click", "--repeat", 2, "--delay", 30, 1)
+    browser()
+    tool.leave()
+    assert browser() == ["http://127.0.0.83/page"]
+
+
+def test_ampersand_in_a_link_is_shown_and_makes_no_key_of_the_next_letter(tool, server, browser):
+    start_and_get(tool, server, "http://127.0.0.83/p?x=1y=2")
+    without = tool.shot(LINK)
+    tool.leave()
+    start_and_get(tool, server, "http://127.0.0.83/p?x=1&y=2").click(ANSWER)
+    assert (tool.shot(LINK) != without).any()
+    tool.desktop.display.key("alt+y")
+    tool.desktop.display.key("Return")  # on "Close"
+    assert tool.run.wait_end(60) == 0
+    start_and_get(tool, server, "http://127.0.0.83/last").press(LINK)
+    assert browser() == ["http://127.0.0.83/last"]
 
 
 @pytest.mark.parametrize("link", ["C:\\windows\\notepad.exe", "file:///etc/passwd"])
 def test_link_that_is_no_web_address_cannot_be_opened(tool, server, link):
-    answer(server, f"<msg>Look here.</msg><link>{link}</link>")
-    tool.start().press(SEND)
-    tool.wait_for_text(ANSWER, "Look here.")
+    start_and_get(tool, server, link)
     assert not tool.controls()[LINK]["enabled"]
 
 
@@ -237,6 +328,46 @@ def test_user_may_leave_while_the_report_is_being_sent(tool, server):
     assert tool.run.wait_end(60) == 0
 
 
+def test_cancel_stops_a_report_that_is_on_its_way(tool, server):
+    """Of one that is larger than what the system takes from the tool ahead."""
+    tool.dump_file.write_bytes(dump_bytes(24 << 20))
+    server.reading.clear()
+    tool.start().press(SEND)
+    wait_until("the report's beginning", lambda: server.begun, 120, alive=tool.ended)
+    tool.press(CANCEL)
+    wait_until("the window is gone", lambda: not tool.is_open(), 60)
+    server.reading.set()
+    assert tool.run.wait_end(60) == 0
+    wait_until("the report's end", lambda: server.requests, 60)
+    head, _, body = server.requests[0].partition(b"\r\n\r\n")
+    assert len(body) < int(re.search(rb"Content-Length: (\d+)", head)[1])
+    assert not tool.copies()
+
+
+def limit_files():
+    """No file of the process grows beyond this many bytes, as on a full disk."""
+    resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+
+
+def test_full_disk_costs_the_report_its_dump_and_the_user_is_told(tool, server):
+    """Neither copies of log and dump can be made nor the dump's text, which has to go
+    through a file."""
+    log = LOG_TEXT.ljust(6000, b"x")
+    tool.log_file.write_bytes(log)
+    tool.dump_file.write_bytes(dump_bytes(9000))
+    # Python ignores the signal that comes with a write beyond the limit; so must the tool.
+    tool.start(restore_signals=False, preexec_fn=limit_files)
+    assert tool.text(LOG_SIZE) == "5.9 KB" and tool.text(DUMP_SIZE) == "11.9 KB"
+    tool.press(SEND)
+    _, body = wait_for_report(server, tool)
+    assert fields(body) == (b"appName=Velmora 2 1.0&version=1.0&comments=",
+                            log.replace(b"\0", b" "), b"")
+    tool.wait_for_text(ANSWER, "Thank you")
+    assert tool.text(STATUS) == ("The crash dump couldn't be added to the report. "
+                                 "Is the disk full?")
+    assert tool.controls()[STATUS]["visible"]
+
+
 def test_tool_that_crashes_ends_without_a_box_and_may_be_started_anew(tool, server):
     """Its worker waits for an answer and crashes when the connection ends; Wine would
     show its box."""
@@ -256,10 +387,14 @@ def test_tool_that_crashes_ends_without_a_box_and_may_be_started_anew(tool, serv
         assert not tool.hand.boxes()
     finally:
         tool.hand.set_dword("HKCU", r"Software\Wine\WineDbg", "ShowCrashDialog", 0)
+    left_behind, = tool.copies()
     tool.start()
     tool.wait_for_text(DUMP_SIZE, " KB")
     assert tool.log_file.read_bytes() == LOG_TEXT
+    own, = tool.copies()
+    assert own != left_behind
     tool.leave()
+    assert not tool.copies()
 
 
 def test_user_may_leave_at_once_and_nothing_is_sent(tool, server):

@@ -10,7 +10,7 @@ namespace {
 constexpr FileTime kClockSlack = 100 * 10000;
 
 bool IsSaver(const Process& process) {
-  return FindNoCase(process.program.c_str(), "velmora2.") == process.program.c_str();
+  return StartsWithNoCase(process.program, "velmora2.");
 }
 
 FileTime StartOfThisProgram() {

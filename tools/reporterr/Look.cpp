@@ -121,8 +121,8 @@ Colour ColourOf(COLORREF colour) {
   return {double{GetRValue(colour)}, double{GetGValue(colour)}, double{GetBValue(colour)}};
 }
 
-// One pixel of a tick in a circle, `side` px wide.
-Colour Tick(int x, int y, int side) {
+// One pixel of a tick in a circle, `side` px wide and high.
+Colour Tick(int x, int y, int side, int) {
   constexpr Point kStart{0.28, 0.53}, kCorner{0.43, 0.68}, kEnd{0.73, 0.35};
   constexpr double kStroke = 0.045;
   const double pixel = 1.0 / side;
@@ -135,8 +135,14 @@ Colour Tick(int x, int y, int side) {
   return Mix(disc, ColourOf(colours::kCard), covered(kStroke - stroke));
 }
 
-void ShowPixels(HDC dc, const RECT& area, const std::vector<std::uint32_t>& pixels) {
+// Shows a picture of `colour(x, y, width, height)`. Nothing where it isn't to be seen:
+// to compute it takes longer than to paint all the rest.
+template <class ColourOf>
+void ShowPicture(HDC dc, const RECT& area, ColourOf colour) {
+  if (!RectVisible(dc, &area)) return;
   const int width = area.right - area.left, height = area.bottom - area.top;
+  const std::vector<std::uint32_t> pixels = PaintPixels(
+      width, height, [=](int x, int y) { return colour(x, y, width, height); });
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
   info.bmiHeader.biWidth = width;
@@ -187,10 +193,7 @@ Look::Look(HWND window)
       card_(CreateSolidBrush(colours::kCard)) {}
 
 void Look::PaintHeader(HDC dc, const RECT& area, const char* title, const char* subtitle) const {
-  const int width = area.right - area.left, height = area.bottom - area.top;
-  ShowPixels(dc, area, PaintPixels(width, height, [=](int x, int y) {
-               return Evening(x, y, width, height);
-             }));
+  ShowPicture(dc, area, Evening);
   constexpr UINT kLine = DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS;
   RECT text{area.left + Px(20), area.top + Px(16), area.right - Px(20), area.bottom};
   WriteText(dc, Large(), RGB(255, 255, 255), text, title, kLine);
@@ -203,8 +206,7 @@ void Look::PaintCard(HDC dc, const RECT& area) const {
 }
 
 void Look::PaintTick(HDC dc, const RECT& area) const {
-  const int side = area.right - area.left;
-  ShowPixels(dc, area, PaintPixels(side, side, [=](int x, int y) { return Tick(x, y, side); }));
+  ShowPicture(dc, area, Tick);
 }
 
 void Look::PaintFooter(HDC dc, const RECT& area) const {

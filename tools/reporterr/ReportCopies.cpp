@@ -1,6 +1,7 @@
 #include "reporterr/ReportCopies.h"
 
 #include "base/FileUtilities.h"
+#include "base/FindNoCase.h"
 #include "base/win_owned.h"
 #include "reporterr/Processes.h"
 
@@ -61,7 +62,7 @@ void RemoveLeftovers(const std::string& temporary) {
   if (!self) return;
   for (const DWORD owner : owners) {
     const Process* const process = FindProcess(running, owner);
-    if (!process || _stricmp(process->program.c_str(), self->program.c_str()) != 0)
+    if (!process || !EqualNoCase(process->program, self->program))
       RemoveFolder(FolderOf(temporary, owner));
   }
 }

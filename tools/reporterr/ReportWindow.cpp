@@ -36,6 +36,28 @@ enum class Stage {
   Answered,
 };
 
+// Tells what has gone into the body of the report that it sends.
+class ReportSender : public CReportBugThread {
+ public:
+  bool HasLog() const { return logData != nullptr; }
+  bool HasDump() const { return dumpData != nullptr; }
+};
+
+// A file that the user may send or not, and its row in the window.
+struct Part {
+  int box;
+  int sizeLabel;
+  std::string file = {};    // empty if there is none
+  bool isMissing = false;  // the last report had no room for it
+};
+
+// A label that shows each "&" of the text, rather than making a key of what follows.
+std::string LabelOf(const std::string& text) {
+  std::string label;
+  for (const char c : text) label.append(c == '&' ? 2 : 1, c);
+  return label;
+}
+
 BOOL CALLBACK GiveFont(HWND control, LPARAM font) {
   SendMessageA(control, WM_SETFONT, static_cast<WPARAM>(font), TRUE);
   return TRUE;
@@ -57,24 +79,29 @@ class ReportWindow {
   void ArrangeRow(int row, int id, int sizeId);
   // Stages
   void LookForDump();
-  void Collect();
   void Send();
+  void NoteMissingParts(const ReportContent& sent);
   void TakeAnswer();
   void Enter(Stage stage);
   void ShowAnswer();
   void Leave();
+  [[noreturn]] void EndAtOnce() const;
   // Showing
   void ShowContent();
-  void ShowRow(int id, int sizeId, const std::string& path, std::uint64_t size,
-               const char* without);
+  void ShowRow(const Part& part, std::uint64_t size, const char* without);
   void ShowControls();
   std::string StatusText() const;
+  std::string MissingText() const;
   ReportContent Content() const;
   void Say(int id, const std::string& text) { SetDlgItemTextA(dialog_, id, text.c_str()); }
   bool Checked(int id) const { return IsDlgButtonChecked(dialog_, id) == BST_CHECKED; }
+  bool Goes(const Part& part) const { return Checked(part.box) && !part.isMissing; }
   bool IsBusy() const { return stage_ == Stage::Collecting || stage_ == Stage::Sending; }
+  int ChiefButton() const { return IsBusy() || stage_ == Stage::Answered ? IDCANCEL : IDOK; }
+  int DefaultButton() const;
   // Messages
   void OnCommand(int id, int code);
+  void OnButton(int id);
   void OnTimer(UINT_PTR timer);
   void PaintHeader(HDC dc) const;
   void PaintTick(HDC dc) const;
@@ -88,10 +115,10 @@ class ReportWindow {
   const std::string logFile_, dumpFile_;
   const DumpWatch watch_;
   const ReportCopies copies_;
-  std::string logCopy_, dumpCopy_;  // empty if there is none
+  Part log_{CONTROL_LOG, CONTROL_LOG_SIZE}, dump_{CONTROL_DUMP, CONTROL_DUMP_SIZE};
   std::unique_ptr<Look> look_;
   std::unique_ptr<FlatCheckBox> logBox_, dumpBox_;
-  CReportBugThread sender_;
+  ReportSender sender_;
   Stage stage_ = Stage::Collecting;
   HWND dialog_ = nullptr;
 };
@@ -165,24 +192,34 @@ void ReportWindow::Arrange() {
 // --- Stages
 
 void ReportWindow::LookForDump() {
-  if (stage_ != Stage::Collecting || watch_.Look() == DumpWatch::State::Waiting) return;
+  if (stage_ != Stage::Collecting) return;
+  const DumpWatch::State dump = watch_.Look();
+  if (dump == DumpWatch::State::Waiting) return;
   KillTimer(dialog_, kLookTimer);
-  Collect();
+  log_.file = copies_.Copy(logFile_);
+  if (dump == DumpWatch::State::Ready) dump_.file = copies_.Copy(dumpFile_);
   Enter(Stage::Ready);
 }
 
-void ReportWindow::Collect() {
-  logCopy_ = copies_.Copy(logFile_);
-  if (watch_.Look() == DumpWatch::State::Ready) dumpCopy_ = copies_.Copy(dumpFile_);
-}
-
 void ReportWindow::Send() {
+  log_.isMissing = dump_.isMissing = false;
   const ReportContent content = Content();
   Enter(Stage::Sending);
+  // A large dump takes a while to encode, and nothing is painted meanwhile.
+  RedrawWindow(dialog_, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
   if (!sender_.Start(kReportHost, kReportPath, content.version.c_str(), content.appName.c_str(),
                      content.logFile.c_str(), content.dumpFile.c_str(), content.comments.c_str(),
                      dialog_, kAnswerMessage))
     Enter(Stage::Failed);
+  else
+    NoteMissingParts(content);
+}
+
+// The sender leaves out what it can't read or has no room to encode.
+void ReportWindow::NoteMissingParts(const ReportContent& sent) {
+  log_.isMissing = !sent.logFile.empty() && !sender_.HasLog();
+  dump_.isMissing = !sent.dumpFile.empty() && !sender_.HasDump();
+  if (log_.isMissing || dump_.isMissing) Enter(stage_);
 }
 
 void ReportWindow::TakeAnswer() {
@@ -202,17 +239,23 @@ void ReportWindow::Enter(Stage stage) {
 // A link that isn't a web address is shown, but can't be opened.
 void ReportWindow::ShowAnswer() {
   Say(CONTROL_ANSWER, sender_.GetMessage());
-  Say(CONTROL_LINK, sender_.GetLink());
+  Say(CONTROL_LINK, LabelOf(sender_.GetLink()));
   EnableWindow(GetDlgItem(dialog_, CONTROL_LINK), IsWebAddress(sender_.GetLink()));
 }
 
-// The window goes at once; a worker that hangs in the network goes with the
-// process.
 void ReportWindow::Leave() {
+  if (stage_ == Stage::Sending) EndAtOnce();
   ShowWindow(dialog_, SW_HIDE);
   logBox_.reset();
   dumpBox_.reset();
   EndDialog(dialog_, 0);
+}
+
+// The worker sits in a call of the network, which only the process's end can stop:
+// nothing more of the report may go out.
+void ReportWindow::EndAtOnce() const {
+  copies_.Remove();
+  ExitProcess(0);
 }
 
 // --- Showing
@@ -222,24 +265,24 @@ ReportContent ReportWindow::Content() const {
   std::string text(static_cast<std::size_t>(GetWindowTextLengthA(comment)) + 1, '\0');
   text.resize(static_cast<std::size_t>(
       GetWindowTextA(comment, text.data(), static_cast<int>(text.size()))));
-  return {kProductName, kVersionText, text, Checked(CONTROL_LOG) ? logCopy_ : "",
-          Checked(CONTROL_DUMP) ? dumpCopy_ : ""};
+  return {kProductName, kVersionText, text, Goes(log_) ? log_.file : "",
+          Goes(dump_) ? dump_.file : ""};
 }
 
-void ReportWindow::ShowRow(int id, int sizeId, const std::string& path, std::uint64_t size,
-                           const char* without) {
-  const bool isThere = !path.empty();
-  EnableWindow(GetDlgItem(dialog_, id), isThere && !IsBusy());
-  Say(sizeId, !isThere ? without : Checked(id) ? SizeText(size) : "left out");
+void ReportWindow::ShowRow(const Part& part, std::uint64_t size, const char* without) {
+  const bool isThere = !part.file.empty();
+  EnableWindow(GetDlgItem(dialog_, part.box), isThere && !IsBusy());
+  Say(part.sizeLabel, !isThere             ? without
+                      : !Checked(part.box) ? "left out"
+                      : part.isMissing     ? "couldn't be added"
+                                           : SizeText(size));
 }
 
 void ReportWindow::ShowContent() {
   const ReportContent content = Content();
   const bool collecting = stage_ == Stage::Collecting;
-  ShowRow(CONTROL_LOG, CONTROL_LOG_SIZE, logCopy_, LogSize(content),
-          collecting ? "" : "there is none");
-  ShowRow(CONTROL_DUMP, CONTROL_DUMP_SIZE, dumpCopy_, DumpSize(content),
-          collecting ? "being written..." : "there is none");
+  ShowRow(log_, LogSize(content), collecting ? "" : "there is none");
+  ShowRow(dump_, DumpSize(content), collecting ? "being written..." : "there is none");
   Say(CONTROL_FORM_SIZE, SizeText(FormSize(content)));
   Say(CONTROL_TOTAL, collecting ? ""
                                 : SizeText(TotalSize(content)) + " in all, to " + kReportHost);
@@ -249,7 +292,7 @@ void ReportWindow::ShowControls() {
   const bool answered = stage_ == Stage::Answered;
   for (const int id : {CONTROL_COMMENT_LABEL, CONTROL_COMMENT, CONTROL_CONTENT_LABEL, CONTROL_LOG,
                        CONTROL_LOG_SIZE, CONTROL_DUMP, CONTROL_DUMP_SIZE, CONTROL_FORM,
-                       CONTROL_FORM_SIZE, CONTROL_TOTAL, CONTROL_SHOW, CONTROL_STATUS})
+                       CONTROL_FORM_SIZE, CONTROL_TOTAL, CONTROL_SHOW})
     ShowWindow(GetDlgItem(dialog_, id), answered ? SW_HIDE : SW_SHOWNA);
   ShowWindow(GetDlgItem(dialog_, IDOK), answered ? SW_HIDE : SW_SHOWNA);
   ShowWindow(GetDlgItem(dialog_, CONTROL_ANSWER), answered ? SW_SHOWNA : SW_HIDE);
@@ -262,8 +305,8 @@ void ReportWindow::ShowControls() {
   EnableWindow(GetDlgItem(dialog_, IDOK), !IsBusy());
   EnableWindow(GetDlgItem(dialog_, CONTROL_SHOW), !IsBusy());
   EnableWindow(GetDlgItem(dialog_, CONTROL_COMMENT), stage_ != Stage::Sending);
-  const HWND chief = GetDlgItem(dialog_, IsBusy() || answered ? IDCANCEL : IDOK);
-  if (!GetFocus() || !IsWindowEnabled(GetFocus()) || answered) SetFocus(chief);
+  if (!GetFocus() || !IsWindowEnabled(GetFocus()) || answered)
+    SetFocus(GetDlgItem(dialog_, ChiefButton()));
 }
 
 std::string ReportWindow::StatusText() const {
@@ -278,13 +321,38 @@ std::string ReportWindow::StatusText() const {
     case Stage::Failed:
       return sender_.GetMessage();
     default:
-      return "";
+      return MissingText();
   }
+}
+
+// What the report lacks against the user's wish.
+std::string ReportWindow::MissingText() const {
+  if (!log_.isMissing && !dump_.isMissing) return "";
+  const std::string parts = !dump_.isMissing  ? "The log"
+                            : !log_.isMissing ? "The crash dump"
+                                              : "Log and crash dump";
+  return parts + " couldn't be added to the report. Is the disk full?";
 }
 
 // --- Messages
 
+// An owner-drawn button is never the default one by itself: unless somebody says
+// which one Enter presses, that sends the report, whatever has the focus.
+int ReportWindow::DefaultButton() const {
+  for (const int id : {IDOK, IDCANCEL, CONTROL_SHOW, CONTROL_LINK})
+    if (GetFocus() == GetDlgItem(dialog_, id)) return id;
+  return ChiefButton();
+}
+
 void ReportWindow::OnCommand(int id, int code) {
+  if (id == CONTROL_COMMENT) {
+    if (code == EN_CHANGE) ShowContent();
+  } else if (code == BN_CLICKED) {  // and not the second click of a double click
+    OnButton(id);
+  }
+}
+
+void ReportWindow::OnButton(int id) {
   switch (id) {
     case IDCANCEL:
       Leave();
@@ -301,9 +369,6 @@ void ReportWindow::OnCommand(int id, int code) {
     case CONTROL_LOG:
     case CONTROL_DUMP:
       ShowContent();
-      break;
-    case CONTROL_COMMENT:
-      if (code == EN_CHANGE) ShowContent();
       break;
     default:
       break;
@@ -419,6 +484,9 @@ INT_PTR ReportWindow::OnMessage(HWND dialog, UINT message, WPARAM wParam, LPARAM
       return TRUE;
     case WM_TIMER:
       OnTimer(wParam);
+      return TRUE;
+    case DM_GETDEFID:
+      SetWindowLongPtrA(dialog, DWLP_MSGRESULT, MAKELONG(DefaultButton(), DC_HASDEFID));
       return TRUE;
     case WM_COMMAND:
       OnCommand(LOWORD(wParam), HIWORD(wParam));

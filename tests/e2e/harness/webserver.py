@@ -37,11 +37,15 @@ class WebServer:
     """Answers each request by `answer(connection, closing)` and keeps the requests.
 
     It has an address of its own, port 80, so that any number of them run at once;
-    `host` is that of a server that has closed.
+    `host` is that of a server that has closed. While `reading` isn't set, it leaves
+    what follows the beginning of a request, which goes to `begun`, on the wire.
     """
 
     def __init__(self, host=None):
         self.requests = []
+        self.begun = []
+        self.reading = threading.Event()
+        self.reading.set()
         self.answer = send(reply(b""))
         self._closing = threading.Event()
         self._listener, self.host = self._listen(host)
@@ -79,20 +83,28 @@ class WebServer:
                 self.requests.append(request)
                 self.answer(connection, self._closing)
 
-    @staticmethod
-    def _receive(connection):
-        request = b""
-        while True:
-            head, end, body = request.partition(b"\r\n\r\n")
-            fields = dict(line.split(b": ", 1) for line in head.split(b"\r\n")[1:])
-            if end and len(body) >= int(fields.get(b"Content-Length", b"0")):
-                return request
+    def _receive(self, connection):
+        request, length = bytearray(), None
+        while length is None or len(request) < length:
             piece = connection.recv(65536)
             if not piece:
-                return request
+                break
+            if not request:
+                self.begun.append(piece)
             request += piece
+            length = length or self._length(request)
+            self.reading.wait()
+        return bytes(request)
+
+    @staticmethod
+    def _length(beginning):
+        """The whole request's, or None before the end of its head."""
+        head, end, _ = bytes(beginning).partition(b"\r\n\r\n")
+        fields = dict(line.split(b": ", 1) for line in head.split(b"\r\n")[1:] if end)
+        return len(head + end) + int(fields.get(b"Content-Length", b"0")) if end else None
 
     def close(self):
         self._closing.set()
+        self.reading.set()
         self._thread.join()
         self._listener.close()
