@@ -83,7 +83,7 @@ std::vector<SourceFile> KeepPictures(const std::vector<SourceFile>& files,
                                      std::map<std::string, SourceFile>& texts) {
   std::vector<SourceFile> pictures;
   for (const SourceFile& file : files) {
-    if (PictureKindOf(ReadFileStart(file.path, kSniffSize)) != PictureKind::kNone)
+    if (PictureFormatOf(ReadFileStart(file.path, kSniffSize)) != PictureFormat::kUnknown)
       pictures.push_back(file);
     else if (IsTextFile(file.name))
       texts.emplace(LowerCase(Stem(file.name)), file);

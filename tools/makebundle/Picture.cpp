@@ -105,7 +105,7 @@ StoredPicture PreparePicture(const std::string& name, std::vector<unsigned char>
     BTCImageObject picture;
     LoadPicture(name, file, picture);
     std::optional<std::vector<unsigned char>> turned;
-    if (PictureKindOf(file) == PictureKind::kJpeg) turned = TurnWithoutLoss(file, orientation);
+    if (PictureFormatOf(file) == PictureFormat::kJpeg) turned = TurnWithoutLoss(file, orientation);
     stored.turn = turned ? PictureTurn::kWithoutLoss : PictureTurn::kSavedAnew;
     stored.bytes = turned ? *std::move(turned)
                           : TurnAndSaveAnew(name, *picture.GetObjectDataPtr(), orientation);

@@ -2,8 +2,8 @@
 
 namespace {
 
-bool IsRiff(Bytes start, std::string_view form) {
-  return StartsWith(start, "RIFF") && StartsWith(Behind(start, 8), form);
+bool IsWave(Bytes start) {
+  return StartsWith(start, "RIFF") && StartsWith(Behind(start, 8), "WAVE");
 }
 
 // Eleven set bits, then version, layer, and a bit rate that exists.
@@ -16,26 +16,20 @@ bool IsMpegAudioFrame(Bytes start) {
 }
 
 // "BM" alone opens many a text; the size of the second header settles it.
-bool IsBmp(Bytes start) {
-  if (!StartsWith(start, "BM")) return false;
+bool HasBmpHeader(Bytes start) {
   const std::uint32_t headerSize = NumberAt(start, 14, 2, ByteOrder::kLittleEndian).value_or(0);
   return headerSize >= 12 && headerSize <= 124;
 }
 
 }  // namespace
 
-PictureKind PictureKindOf(Bytes start) {
-  if (StartsWith(start, "\xFF\xD8\xFF")) return PictureKind::kJpeg;
-  if (StartsWith(start, "\x89PNG\r\n\x1A\n")) return PictureKind::kPng;
-  if (StartsWith(start, "GIF87a") || StartsWith(start, "GIF89a")) return PictureKind::kGif;
-  if (IsBmp(start)) return PictureKind::kBmp;
-  if (IsRiff(start, "WEBP")) return PictureKind::kWebp;
-  if (StartsWith(start, {"II\x2A\0", 4}) || StartsWith(start, {"MM\0\x2A", 4}))
-    return PictureKind::kTiff;
-  return PictureKind::kNone;
+PictureFormat PictureFormatOf(Bytes start) {
+  const PictureFormat format = imaging::DetectFormat(start);
+  const bool isText = format == PictureFormat::kBmp && !HasBmpHeader(start);
+  return isText ? PictureFormat::kUnknown : format;
 }
 
 bool IsMusic(Bytes start) {
-  return StartsWith(start, "ID3") || StartsWith(start, "OggS") || IsRiff(start, "WAVE") ||
+  return StartsWith(start, "ID3") || StartsWith(start, "OggS") || IsWave(start) ||
          IsMpegAudioFrame(start);
 }

@@ -2,12 +2,14 @@
 // Tells files apart by their first bytes; a name says nothing about what is
 // inside.
 
+#include "imaging/picture_format.h"
 #include "makebundle/pack/Bytes.h"
 
-enum class PictureKind { kNone, kJpeg, kPng, kGif, kBmp, kWebp, kTiff };
+using imaging::PictureFormat;
 
-// The first 16 bytes are enough.
-PictureKind PictureKindOf(Bytes start);
+// As the show tells them apart, but that a text which begins with "BM" is no
+// picture. The first 16 bytes are enough.
+PictureFormat PictureFormatOf(Bytes start);
 
 // True for what the player plays from a bundle: MPEG audio layers 1 to 3, with
 // or without an ID3 tag in front, Ogg, and RIFF wave.

@@ -82,11 +82,11 @@ Bytes WithoutExifMark(Bytes exif) {
 }
 
 Blocks FindBlocks(Bytes file) {
-  switch (PictureKindOf(file)) {
-    case PictureKind::kJpeg: return JpegBlocks(file);
-    case PictureKind::kPng: return {FindPngChunk(file, "eXIf"), {}};
-    case PictureKind::kWebp: return {WithoutExifMark(FindRiffChunk(file, "EXIF")), {}};
-    case PictureKind::kTiff: return {file, {}};
+  switch (PictureFormatOf(file)) {
+    case PictureFormat::kJpeg: return JpegBlocks(file);
+    case PictureFormat::kPng: return {FindPngChunk(file, "eXIf"), {}};
+    case PictureFormat::kWebp: return {WithoutExifMark(FindRiffChunk(file, "EXIF")), {}};
+    case PictureFormat::kTiff: return {file, {}};
     default: return {};
   }
 }

@@ -6,24 +6,24 @@
 
 namespace {
 
-PictureKind KindOf(const std::string& start) { return PictureKindOf(AsBytes(start)); }
+PictureFormat FormatOf(const std::string& start) { return PictureFormatOf(AsBytes(start)); }
 bool Music(const std::string& start) { return IsMusic(AsBytes(start)); }
 
 TEST(FileKind, PicturesAreKnownByTheirFirstBytes) {
-  EXPECT_EQ(KindOf("\xFF\xD8\xFF\xE0"), PictureKind::kJpeg);
-  EXPECT_EQ(KindOf("\x89PNG\r\n\x1A\n"), PictureKind::kPng);
-  EXPECT_EQ(KindOf("GIF87a"), PictureKind::kGif);
-  EXPECT_EQ(KindOf("GIF89a"), PictureKind::kGif);
-  EXPECT_EQ(KindOf(std::string("BM\x7A\0\0\0\0\0\0\0\x36\0\0\0\x28\0", 16)), PictureKind::kBmp);
-  EXPECT_EQ(KindOf(std::string("BM\x7A\0\0\0\0\0\0\0\x1A\0\0\0\x0C\0", 16)), PictureKind::kBmp);
-  EXPECT_EQ(KindOf("RIFF....WEBP"), PictureKind::kWebp);
-  EXPECT_EQ(KindOf(std::string("II\x2A\0", 4)), PictureKind::kTiff);
-  EXPECT_EQ(KindOf(std::string("MM\0\x2A", 4)), PictureKind::kTiff);
+  EXPECT_EQ(FormatOf("\xFF\xD8\xFF\xE0"), PictureFormat::kJpeg);
+  EXPECT_EQ(FormatOf("\x89PNG\r\n\x1A\n"), PictureFormat::kPng);
+  EXPECT_EQ(FormatOf("GIF87a"), PictureFormat::kGif);
+  EXPECT_EQ(FormatOf("GIF89a"), PictureFormat::kGif);
+  EXPECT_EQ(FormatOf(std::string("BM\x7A\0\0\0\0\0\0\0\x36\0\0\0\x28\0", 16)), PictureFormat::kBmp);
+  EXPECT_EQ(FormatOf(std::string("BM\x7A\0\0\0\0\0\0\0\x1A\0\0\0\x0C\0", 16)), PictureFormat::kBmp);
+  EXPECT_EQ(FormatOf("RIFF....WEBP"), PictureFormat::kWebp);
+  EXPECT_EQ(FormatOf(std::string("II\x2A\0", 4)), PictureFormat::kTiff);
+  EXPECT_EQ(FormatOf(std::string("MM\0\x2A", 4)), PictureFormat::kTiff);
 }
 
 TEST(FileKind, OtherFilesAreNoPictures) {
   for (const std::string start : {"", "B", "BM", "BMW is a make of car", "GIF", "RIFF....WAVE", "\xFF\xD8", "MZ", "%PDF-1.4"})
-    EXPECT_EQ(KindOf(start), PictureKind::kNone) << start;
+    EXPECT_EQ(FormatOf(start), PictureFormat::kUnknown) << start;
 }
 
 TEST(FileKind, MusicIsKnownByItsFirstBytes) {
