@@ -57,10 +57,10 @@ class IntervalTimer {
   std::uint32_t TicksSinceLast();
 
   std::int64_t frequency = 0;     // ticks per second, 1000 without a counter
-  float tickSeconds = 0;          // 1 / frequency
-  std::uint32_t startMs = 0;      // base of the timeGetTime fallback
-  std::uint32_t startMs2 = 0;
+  float tickSeconds = 0;          // 1 / frequency; nothing reads it
+  std::uint32_t startMs = 0;      // nothing reads it
+  std::uint32_t startMs2 = 0;     // nothing reads it
   bool useCounter = false;        // the performance counter exists
-  std::int64_t counterAtStart = 0;
+  std::int64_t counterAtStart = 0;  // nothing reads it
   std::int64_t lastCounter = 0;
 };

@@ -60,5 +60,5 @@ class cMonitor {
 
  protected:
   HANDLE mutex;
-  bool locked = false;
+  bool locked = false;  // nothing reads it
 };

@@ -83,6 +83,6 @@ class Playlist {
   std::int32_t altSeparator = '/';
   std::int32_t format = 0;           // found by the last load
   std::int32_t defaultFormat = kPlaylistM3U;  // for unknown extensions
-  std::int32_t extensionSize = 5;    // of the room for an extension, at least
+  std::int32_t extensionSize = 5;    // nothing reads it: an extension has room as it is
   bool decodeEntities = true;
 };

@@ -42,9 +42,9 @@ class CCheckForUpdateThread : public cThread {
   SimpleString host;
   SimpleString path;
   SimpleString version;
-  SimpleString title;
-  HWND notifyWindow = nullptr;
-  std::uint32_t notifyMessage = 1024;
+  SimpleString title;                  // nothing reads it
+  HWND notifyWindow = nullptr;         // nothing reads it: the job has its own
+  std::uint32_t notifyMessage = 1024;  // likewise
   bool failed = false;
   bool hasLink = false;
   SimpleString reply;

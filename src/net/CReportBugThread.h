@@ -54,8 +54,8 @@ class CReportBugThread : public cThread {
   SimpleString reply;
   SimpleString message;
   SimpleString link;
-  HWND notifyWindow = nullptr;
-  std::uint32_t notifyMessage = 1024;
+  HWND notifyWindow = nullptr;         // nothing reads it: the job has its own
+  std::uint32_t notifyMessage = 1024;  // likewise
   bool failed = false;
   std::int32_t status = 1;
 

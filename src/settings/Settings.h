@@ -39,7 +39,7 @@ struct SaverSettings {
   std::int32_t PlayMusic = 1;
   std::int32_t ShuffleMusic = 1;
   std::int32_t DebugLog = 1;
-  std::int32_t BitmapText = 0;          // stored and shown only
+  std::int32_t BitmapText = 0;          // stored; nothing else reads it
   std::int32_t SaverActive = 0;         // set just before the main loop; mouse rule off till then
   std::int32_t CloseLatched = 0;        // set with CloseRequested
   std::int32_t CrashFlag = 0;           // as read at the start

@@ -123,5 +123,5 @@ class CImgLoadThread final : public cThread {
   const char* fileName = nullptr;
   std::unique_ptr<BTCImageObject> image;  // decoded, until the last tile is made
   HANDLE stateMutex;                    // around the last writes of Run
-  bool stateMutexHeld = false;
+  bool stateMutexHeld = false;          // nothing reads it
 };

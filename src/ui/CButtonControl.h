@@ -38,7 +38,7 @@ class CButtonControl {
   HWND window = nullptr;
   HDC normalDC = nullptr;
   HDC pressedDC = nullptr;
-  HDC windowDC = nullptr;
+  HDC windowDC = nullptr;  // nothing draws on it
   int width = 0;   // px
   int height = 0;  // px
   bool ownsPictures = false;  // made by AttachFromBackground, deleted by Detach

@@ -56,9 +56,9 @@ class CSliderControl {
 
   HDC background = nullptr;  // the track
   HDC knob = nullptr;
-  HDC windowDC = nullptr;
+  HDC windowDC = nullptr;    // nothing draws on it
   RECT clientRect{};
-  RECT windowRect{};
+  RECT windowRect{};         // nothing reads it
   RECT invalidRect{};        // of notifyWindow, repainted after each change
   float position = 0;        // the knob's centre on the axis, px
   float knobWidth = 7;       // px
