@@ -21,8 +21,8 @@ constexpr std::int32_t kMaxIndent = 1023;
 constexpr std::size_t kSourceFileRoom = 256;
 constexpr std::size_t kPrefixRoom = kMaxIndent + 2 * kSourceFileRoom;
 
-// The open stream of one write; closed at the end of the full expression's
-// scope. The C run time opens it shared for other readers and writers.
+// The stream of one write; whoever holds it closes it with the end of its scope.
+// The C run time opens it shared for other readers and writers.
 std::ofstream OpenForAppend(const std::string& fileName) {
   return std::ofstream(fileName, std::ios::out | std::ios::app);
 }

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <utility>
 
-#include <stdlib.h>
+#include <stdlib.h>  // _fullpath, which isn't the standard's
 
 namespace {
 
