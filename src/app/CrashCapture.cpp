@@ -3,6 +3,7 @@
 #include "app/Instance.h"
 #include "app/Integrity.h"
 #include "app/Paths.h"
+#include "base/Product.h"
 #include "base/StackReserve.h"
 #include "base/win_owned.h"
 #include "settings/Session.h"
@@ -65,7 +66,7 @@ bool WriteDumpOf(const Crash& crash) {
 
 void TellOfDamage() {
   tellingUser = true;
-  MessageBoxA(nullptr, kDamagedInCrash, "Velmora 2", MB_ICONERROR);
+  MessageBoxA(nullptr, kDamagedInCrash, kProductName, MB_ICONERROR);
   tellingUser = false;
 }
 

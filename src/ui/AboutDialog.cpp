@@ -1,11 +1,11 @@
 #include "ui/AboutDialog.h"
 
+#include "base/Product.h"
 #include "base/win_owned.h"
 #include "settings/Session.h"
 #include "ui/CButtonControl.h"
 #include "ui/CreditScroller.h"
 #include "ui/LinkStatics.h"
-#include "ui/Product.h"
 #include "ui/Skin.h"
 #include "ui/Tooltips.h"
 #include "ui/WebSite.h"

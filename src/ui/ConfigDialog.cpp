@@ -2,6 +2,7 @@
 #include "ui/ConfigDialog.h"
 
 #include "base/Logger.h"
+#include "base/Product.h"
 #include "base/win_owned.h"
 #include "settings/Session.h"
 #include "settings/Settings.h"
@@ -12,7 +13,6 @@
 #include "ui/CustomMusicDialog.h"
 #include "ui/KeyboardHook.h"
 #include "ui/ModeListBox.h"
-#include "ui/Product.h"
 #include "ui/Skin.h"
 #include "ui/SpeedTipsDialog.h"
 #include "ui/UpdateDialog.h"

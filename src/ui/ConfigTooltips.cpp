@@ -1,6 +1,6 @@
 #include "ui/ConfigTooltips.h"
 
-#include "ui/Product.h"
+#include "base/Product.h"
 #include "ui/Tooltips.h"
 #include "ui/resource.h"
 

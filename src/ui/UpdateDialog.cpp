@@ -1,10 +1,10 @@
 #include "ui/UpdateDialog.h"
 
+#include "base/Product.h"
 #include "net/CCheckForUpdateThread.h"
 #include "net/Servers.h"
 #include "net/WebLink.h"
 #include "ui/LinkStatics.h"
-#include "ui/Product.h"
 #include "ui/resource.h"
 
 #include <memory>

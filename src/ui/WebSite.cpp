@@ -1,7 +1,7 @@
 #include "ui/WebSite.h"
 
+#include "base/Product.h"
 #include "base/win.h"
-#include "ui/Product.h"
 
 #include <shellapi.h>
 #include <string>

@@ -1,5 +1,6 @@
 #include "reporterr/ReportWindow.h"
 
+#include "base/Product.h"
 #include "net/CReportBugThread.h"
 #include "net/WebLink.h"
 #include "reporterr/Destination.h"
@@ -9,7 +10,6 @@
 #include "reporterr/ReportContent.h"
 #include "reporterr/ReportCopies.h"
 #include "reporterr/Resources.h"
-#include "ui/Product.h"
 
 #include <memory>
 
