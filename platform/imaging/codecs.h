@@ -13,25 +13,25 @@ namespace imaging {
 
 // 1, 4, 8, 16, 24 and 32 bits, bit masks, run lengths (RLE4, RLE8), either
 // direction of rows, headers of Windows and OS/2.
-bool DecodeBmp(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodeBmp(Bytes file, Picture& picture);
 
 // Baseline, progressive and arithmetic coding; grey, RGB, YCbCr, CMYK and YCCK.
 // A note on how to turn the picture (EXIF) is left to others.
-bool DecodeJpeg(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodeJpeg(Bytes file, Picture& picture);
 
 // Every kind of PNG, on a black ground. Gamma and colour profiles aren't
 // applied.
-bool DecodePng(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodePng(Bytes file, Picture& picture);
 
 // The first frame in its place on the logical screen, on a black ground.
-bool DecodeGif(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodeGif(Bytes file, Picture& picture);
 
 // Still pictures, lossy and lossless, on a black ground.
-bool DecodeWebp(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodeWebp(Bytes file, Picture& picture);
 
 // The first page, through the imaging component of Windows, on a black ground.
 // Whether the pages behind it are there isn't looked at.
-bool DecodeTiff(Bytes file, Picture& picture);
+[[nodiscard]] bool DecodeTiff(Bytes file, Picture& picture);
 
 // Tells the format by the first bytes, and decodes the file. The result is
 // kUnknown for what can't be decoded, or is of no format above.

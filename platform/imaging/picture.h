@@ -35,7 +35,7 @@ class Picture {
   // Takes memory for a picture and leaves its pixels unset, the slack zero.
   // False, with the picture empty, for a size that isn't allowed or when
   // memory runs out. The former pixels are freed first.
-  bool Create(std::int64_t width, std::int64_t height);
+  [[nodiscard]] bool Create(std::int64_t width, std::int64_t height);
   void Clear();
 
   bool empty() const { return !bits_; }

@@ -30,7 +30,7 @@ class WaveOutput {
   WaveOutput(const WaveOutput&) = delete;
   WaveOutput& operator=(const WaveOutput&) = delete;
 
-  bool Open();
+  [[nodiscard]] bool Open();
   // Ends all sound; nothing else may be called then.
   void Close();
 

@@ -28,7 +28,7 @@ class FileBeside {
   const std::string& Path() const { return path_; }
 
   // Puts the file, which is closed, in its place. False if that can't be.
-  bool Commit() {
+  [[nodiscard]] bool Commit() {
     if (!MoveFileExA(path_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) return false;
     path_.clear();
     return true;

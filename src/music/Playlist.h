@@ -33,7 +33,7 @@ class Playlist {
   // Writes the list as kPlaylistM3U or kPlaylistPLS; any other format is
   // refused. False if the list is empty or the file can't be opened. A name
   // that isn't a full path is relative to the current folder.
-  bool Save(const char* fileName, std::int32_t format) const;
+  [[nodiscard]] bool Save(const char* fileName, std::int32_t format) const;
 
   // The text of entry `i`, or null if there is none; it stands until the list
   // changes.

@@ -208,7 +208,8 @@ void SaveRows(HWND dialog) {
     if (const std::string* path = PathOfRow(dialog, row)) paths.push_back(path->c_str());
   Playlist list;
   list.AddEntries(paths.data(), static_cast<std::int32_t>(paths.size()));
-  list.Save(PlaylistPath.c_str(), kPlaylistM3U);
+  // A list that can't be saved isn't told: the one before stays.
+  static_cast<void>(list.Save(PlaylistPath.c_str(), kPlaylistM3U));
 }
 
 // No empty list is left behind.

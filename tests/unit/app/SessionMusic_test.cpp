@@ -110,8 +110,8 @@ TEST_F(SessionMusic, WithoutAnyTrackMusicIsOffForTheSession) {
 }
 
 TEST_F(SessionMusic, ABundleWithoutMusicIsNoFailure) {
-  SlideBundle->Open(
-      folder.Write("other.bdl", support::BundleWriter().Category("image").Build()).c_str());
+  ASSERT_TRUE(SlideBundle->Open(
+      folder.Write("other.bdl", support::BundleWriter().Category("image").Build()).c_str()));
   EXPECT_TRUE(initSound());
   EXPECT_EQ(ss->PlayMusic, 0);
 }
