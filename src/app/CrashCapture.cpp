@@ -119,7 +119,7 @@ class SpareThread {
 
 SpareThread* spareThread = nullptr;
 HANDLE workDone = nullptr;             // an event
-std::atomic<DWORD> crashedThread = 0;  // whose crash is worked on
+std::atomic<DWORD> crashedThread = 0;  // the first one
 
 // The thread that crashed brings the process's end, unless its last bit of stack
 // didn't do even for waiting.
@@ -149,26 +149,18 @@ void Work(const Crash& crash) {
   }
 }
 
-// False if another crash is worked on, and nothing is left to do but to end. It may
-// be one of the work itself; a thread that crashes beside it lets it finish and end
-// the process first.
+// False if there was a crash before, and nothing is left to do but to end. This one
+// may be of the work itself, or of the way out after it; a thread that crashes beside
+// the work lets it finish and end the process first.
 bool BeginWork(DWORD thread) {
   DWORD other = 0;
-  if (crashedThread.compare_exchange_strong(other, thread)) {
-    ResetEvent(workDone);
-    return true;
-  }
+  if (crashedThread.compare_exchange_strong(other, thread)) return true;
   const bool ofTheWork = thread == other || (spareThread && thread == spareThread->Id());
   if (!ofTheWork) {
     AwaitWork();
     Sleep(kMostEndMs);
   }
   return false;
-}
-
-void EndWork() {
-  SetEvent(workDone);
-  crashedThread = 0;
 }
 
 }  // namespace
@@ -190,7 +182,7 @@ LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers) {
   if (!BeginWork(thread)) return EXCEPTION_EXECUTE_HANDLER;
   Work({thread, exceptionPointers});
   ReleaseMutex(InstanceMutex);
-  EndWork();
+  SetEvent(workDone);
   return EXCEPTION_EXECUTE_HANDLER;
 }
 

@@ -25,7 +25,8 @@ void CatchCrashes();
 // reports, starts the report tool and then writes the dump. Leaves no error
 // for the next start. Always EXCEPTION_EXECUTE_HANDLER: the process ends without
 // the system's own box, and the display mode goes back with it. A thread that
-// crashes while another crash is worked on waits for the end of that work.
+// crashes while another crash is worked on waits for the end of that work. It works
+// once: whatever crashes on the way out only ends.
 LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers);
 
 // Writes MinidumpPath() for the exception of the calling thread, with what

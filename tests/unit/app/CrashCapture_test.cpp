@@ -116,6 +116,21 @@ void CrashOnTwoThreads() {
   Throw();
 }
 
+// A destructor, say, crashes once the first crash has been worked on.
+void CrashOnTheWayOut() {
+  static int reports = 0;
+  HOOK_IMPORT(tool, "shell32.dll", ShellExecuteA,
+              [](HWND, LPCSTR, LPCSTR, LPCSTR, LPCSTR, INT) -> HINSTANCE {
+                if (++reports > 1) ExitProcess(kSecondReport);
+                return nullptr;
+              });
+  EXCEPTION_RECORD record{};
+  CONTEXT context{};
+  EXCEPTION_POINTERS pointers{&record, &context};
+  UnhandledFilter(&pointers);
+  if (reports == 1) Fault();
+}
+
 // The work on the crash crashes.
 void CrashInTheWork(void (*first)()) {
   HOOK_IMPORT(tool, "shell32.dll", ShellExecuteA,
@@ -137,6 +152,7 @@ const std::map<std::string, std::function<void()>> kCrashes = {
     {"overflow on thread", [] { OnSystemThread(OverflowOnThread); }},
     {"overflow with the heap locked", OverflowWithTheHeapLocked},
     {"two threads", CrashOnTwoThreads},
+    {"way out", CrashOnTheWayOut},
     {"fault in the work", [] { CrashInTheWork(Fault); }},
     {"fault in the work after overflow", [] { CrashInTheWork(OverflowStack); }},
 };
@@ -157,24 +173,30 @@ const bool kCrashingProcess = [] {
   ExitProcess(0);
 }();
 
-// Its exit code.
-DWORD RunCrash(const std::string& kind, const std::string& folder) {
-  SetEnvironmentVariableA(kCrashVariable, kind.c_str());
-  SetEnvironmentVariableA(kFolderVariable, folder.c_str());
+// Runs a copy of this program with a variable set for it; its exit code.
+DWORD RunCopy(const char* variable, const std::string& value, std::string arguments) {
+  SetEnvironmentVariableA(variable, value.c_str());
   char program[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, program, sizeof program);
+  arguments = '"' + std::string(program) + "\" " + arguments;
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION information{};
-  if (!CreateProcessA(program, nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                      &information))
-    return 0;
-  SetEnvironmentVariableA(kCrashVariable, nullptr);
+  const BOOL started = CreateProcessA(program, arguments.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                      nullptr, &startup, &information);
+  SetEnvironmentVariableA(variable, nullptr);
+  if (!started) throw std::runtime_error("no copy of the test program can be started");
   const KernelHandle process(information.hProcess), thread(information.hThread);
   WaitForSingleObject(process.get(), INFINITE);
   DWORD code = 0;
   GetExitCodeProcess(process.get(), &code);
   return code;
+}
+
+// Its exit code.
+DWORD RunCrash(const std::string& kind, const std::string& folder) {
+  SetEnvironmentVariableA(kFolderVariable, folder.c_str());
+  return RunCopy(kCrashVariable, kind, "");
 }
 
 class Crash : public testing::TestWithParam<std::pair<const char*, DWORD>> {};
@@ -188,7 +210,8 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("system thread", kUncaughtException),
                     std::pair("overflow", DWORD{EXCEPTION_STACK_OVERFLOW}),
                     std::pair("overflow on thread", DWORD{EXCEPTION_STACK_OVERFLOW}),
-                    std::pair("two threads", kUncaughtException)));
+                    std::pair("two threads", kUncaughtException),
+                    std::pair("way out", DWORD{EXCEPTION_ACCESS_VIOLATION})));
 
 TEST_P(Crash, EndsInTheFilterWhereverItHappens) {
   ASSERT_FALSE(kCrashingProcess);
@@ -210,6 +233,20 @@ TEST(CrashInCrash, EndsEvenIfTheWorkOnItCannot) {
 }
 
 // --- The filter, called by hand ---
+
+constexpr char kAloneVariable[] = "VELMORA_TEST_ALONE";
+
+// The filter works once in a process, so a test that calls it has one of its own. True
+// if the test is over, as it has run in a copy of this program; false in the copy.
+bool HasRunAlone() {
+  if (!Variable(kAloneVariable).empty()) return false;
+  const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+  EXPECT_EQ(RunCopy(kAloneVariable, "1",
+                    std::string("--gtest_brief=1 --gtest_filter=") + test.test_suite_name() + "." +
+                        test.name()),
+            0u);
+  return true;
+}
 
 // The code of the exception that a dump is about; 0 if it isn't a dump.
 DWORD CodeInDump(const std::string& path) {
@@ -247,6 +284,7 @@ class Filter : public testing::Test {
     InstanceMutex = nullptr;
   }
 
+  // Once in a process: see HasRunAlone.
   LONG Call() {
     RaiseAndRecord();
     return UnhandledFilter(&pointers);
@@ -308,6 +346,7 @@ class Filter : public testing::Test {
 };
 
 TEST_F(Filter, StartsTheToolThenOverwritesTheLastDumpAndClearsTheErrors) {
+  if (HasRunAlone()) return;
   support::WriteWholeFile(DumpPath(), support::Bytes(1000000, 'x'));
   EXPECT_EQ(Call(), EXCEPTION_EXECUTE_HANDLER);
   EXPECT_THAT(events, ElementsAre("tool"));
@@ -320,6 +359,7 @@ TEST_F(Filter, StartsTheToolThenOverwritesTheLastDumpAndClearsTheErrors) {
 }
 
 TEST_F(Filter, WithoutTheWishToReportItOnlyClearsTheErrors) {
+  if (HasRunAlone()) return;
   ss->ShowBugReport = 0;
   EXPECT_EQ(Call(), EXCEPTION_EXECUTE_HANDLER);
   EXPECT_THAT(events, IsEmpty());
@@ -329,6 +369,7 @@ TEST_F(Filter, WithoutTheWishToReportItOnlyClearsTheErrors) {
 }
 
 TEST_F(Filter, TellsOfDamagedFilesAndReportsNothing) {
+  if (HasRunAlone()) return;
   files.Damage("fmod.dll");
   EXPECT_EQ(Call(), EXCEPTION_EXECUTE_HANDLER);
   EXPECT_THAT(events, ElementsAre("box Velmora 2"));
@@ -340,6 +381,7 @@ TEST_F(Filter, TellsOfDamagedFilesAndReportsNothing) {
 }
 
 TEST_F(Filter, BeforeTheSettingsAreReadItTouchesNothingOfTheUsers) {
+  if (HasRunAlone()) return;
   ss = nullptr;
   EXPECT_EQ(Call(), EXCEPTION_EXECUTE_HANDLER);
   EXPECT_THAT(events, IsEmpty());
@@ -349,6 +391,7 @@ TEST_F(Filter, BeforeTheSettingsAreReadItTouchesNothingOfTheUsers) {
 }
 
 TEST_F(Filter, BeforeWindowsXpTheToolComesWithoutADump) {
+  if (HasRunAlone()) return;
   OsVersionCode = 6;
   EXPECT_EQ(Call(), EXCEPTION_EXECUTE_HANDLER);
   EXPECT_THAT(events, ElementsAre("tool"));
