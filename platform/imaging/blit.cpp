@@ -10,10 +10,10 @@ namespace imaging {
 namespace {
 
 // Header of `height` rows from top to bottom.
-BITMAPINFO HeaderOf(int row_pixels, int height) {
+BITMAPINFO HeaderOf(int rowPixels, int height) {
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = row_pixels;
+  info.bmiHeader.biWidth = rowPixels;
   info.bmiHeader.biHeight = -height;
   info.bmiHeader.biPlanes = 1;
   info.bmiHeader.biBitCount = 32;
@@ -24,7 +24,7 @@ BITMAPINFO HeaderOf(int row_pixels, int height) {
 // The fastest way, and an exact one. The header speaks of the wanted rows alone:
 // with a whole picture rows would have to be counted from the bottom.
 bool Copy(HDC hdc, int x, int y, const PixelBlock& block) {
-  const BITMAPINFO info = HeaderOf(block.row_pixels, block.height);
+  const BITMAPINFO info = HeaderOf(block.rowPixels, block.height);
   const UINT rows = static_cast<UINT>(block.height);
   return SetDIBitsToDevice(hdc, x, y, static_cast<DWORD>(block.width), rows, 0, 0, 0, rows,
                            block.bits, &info, DIB_RGB_COLORS) != 0;
@@ -37,11 +37,11 @@ bool Combine(HDC hdc, int x, int y, const PixelBlock& block, DWORD rop) {
   const GdiBitmap bitmap(CreateDIBSection(hdc, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
   const MemDc memory(CreateCompatibleDC(hdc));
   if (!bitmap || !memory) return false;
-  const std::size_t row_size = static_cast<std::size_t>(block.width) * kBytesPerPixel;
-  const std::size_t pitch = static_cast<std::size_t>(block.row_pixels) * kBytesPerPixel;
+  const std::size_t rowSize = static_cast<std::size_t>(block.width) * kBytesPerPixel;
+  const std::size_t pitch = static_cast<std::size_t>(block.rowPixels) * kBytesPerPixel;
   for (std::size_t row = 0; row < static_cast<std::size_t>(block.height); ++row)
-    std::memcpy(static_cast<std::uint8_t*>(bits) + row * row_size, block.bits + row * pitch,
-                row_size);
+    std::memcpy(static_cast<std::uint8_t*>(bits) + row * rowSize, block.bits + row * pitch,
+                rowSize);
   const SelectGuard selected(memory.get(), bitmap.get());
   return BitBlt(hdc, x, y, block.width, block.height, memory.get(), 0, 0, rop) != FALSE;
 }

@@ -8,12 +8,12 @@
 namespace imaging {
 
 // Pixels as a Picture has them: `width` by `height` of them, the rows
-// `row_pixels` apart.
+// `rowPixels` apart.
 struct PixelBlock {
   const std::uint8_t* bits;
   int width;
   int height;
-  int row_pixels;
+  int rowPixels;
 };
 
 // Combines the block with what is at (x, y) of `hdc` by the raster operation

@@ -42,19 +42,19 @@ struct Channel {
   int bits = 0;
 
   // False for a mask with a gap or beyond the pixel's bits.
-  bool Set(std::uint32_t new_mask, unsigned bits_per_pixel);
+  bool Set(std::uint32_t newMask, unsigned bitsPerPixel);
   // The channel of `pixel` in eight bits; fewer bits are repeated to fill them,
   // so that all ones become 255.
   std::uint8_t Extract(std::uint32_t pixel) const;
 };
 
-bool Channel::Set(std::uint32_t new_mask, unsigned bits_per_pixel) {
-  mask = new_mask;
+bool Channel::Set(std::uint32_t newMask, unsigned bitsPerPixel) {
+  mask = newMask;
   if (mask == 0) return true;
   shift = std::countr_zero(mask);
   bits = std::popcount(mask);
   return std::has_single_bit((std::uint64_t{mask} >> shift) + 1) &&
-         (std::uint64_t{mask} >> bits_per_pixel) == 0;
+         (std::uint64_t{mask} >> bitsPerPixel) == 0;
 }
 
 std::uint8_t Channel::Extract(std::uint32_t pixel) const {
@@ -90,7 +90,7 @@ class BmpReader {
   void ReadMaskedRow(const std::uint8_t* source, std::uint8_t* target) const;
   void ReadTrueColourRow(const std::uint8_t* source, std::uint8_t* target) const;
 
-  bool IsCore() const { return header_size_ == kCoreHeaderSize; }
+  bool IsCore() const { return headerSize_ == kCoreHeaderSize; }
   bool IsIndexed() const { return bits_ <= 8; }
   bool HasMasks() const { return compression_ == kBitFields || compression_ == kAlphaBitFields; }
   bool IsRunLength() const { return compression_ == kRle8 || compression_ == kRle4; }
@@ -100,18 +100,18 @@ class BmpReader {
   }
   // Number `row` of the file, counted from where its pixels begin.
   std::uint8_t* TargetRow(const Picture& picture, int row) const {
-    return picture.row(top_down_ ? row : height_ - 1 - row);
+    return picture.row(topDown_ ? row : height_ - 1 - row);
   }
 
   ByteView file_;
-  std::uint32_t header_size_ = 0;
+  std::uint32_t headerSize_ = 0;
   int width_ = 0;
   int height_ = 0;
-  bool top_down_ = false;
+  bool topDown_ = false;
   unsigned bits_ = 0;  // a pixel
   std::uint32_t compression_ = kRgb;
-  std::uint32_t colours_used_ = 0;  // 0: as many as the bits allow
-  std::uint32_t pixel_offset_ = 0;
+  std::uint32_t coloursUsed_ = 0;  // 0: as many as the bits allow
+  std::uint32_t pixelOffset_ = 0;
   Channel blue_, green_, red_, alpha_;
   std::array<Colour, 256> palette_;
 };
@@ -127,8 +127,8 @@ bool BmpReader::ReadSize() {
     width = static_cast<std::int32_t>(file_.U32(kFileHeaderSize + 4));
     height = static_cast<std::int32_t>(file_.U32(kFileHeaderSize + 8));
   }
-  top_down_ = height < 0;
-  if (top_down_) height = -height;
+  topDown_ = height < 0;
+  if (topDown_) height = -height;
   if (!IsSizeAllowed(width, height)) return false;
   width_ = static_cast<int>(width);
   height_ = static_cast<int>(height);
@@ -137,21 +137,21 @@ bool BmpReader::ReadSize() {
 
 bool BmpReader::ReadHeader() {
   if (!file_.Has(0, kFileHeaderSize + 4)) return false;
-  pixel_offset_ = file_.U32(kPixelOffsetField);
-  header_size_ = file_.U32(kFileHeaderSize);
-  if (!IsCore() && header_size_ < kShortestOs2Header) return false;
-  if (!file_.Has(kFileHeaderSize, header_size_) || !ReadSize()) return false;
+  pixelOffset_ = file_.U32(kPixelOffsetField);
+  headerSize_ = file_.U32(kFileHeaderSize);
+  if (!IsCore() && headerSize_ < kShortestOs2Header) return false;
+  if (!file_.Has(kFileHeaderSize, headerSize_) || !ReadSize()) return false;
 
   // Offsets of fields within the header. One that the header is too short for
   // counts as 0.
   const auto field = [&](std::uint32_t offset) {
-    return header_size_ >= offset + 4 ? file_.U32(kFileHeaderSize + offset) : 0;
+    return headerSize_ >= offset + 4 ? file_.U32(kFileHeaderSize + offset) : 0;
   };
-  const std::uint32_t planes_and_bits = IsCore() ? field(8) : field(12);
-  bits_ = planes_and_bits >> 16;
+  const std::uint32_t planesAndBits = IsCore() ? field(8) : field(12);
+  bits_ = planesAndBits >> 16;
   compression_ = field(16);
-  colours_used_ = field(32);
-  return (planes_and_bits & 0xffff) == 1;
+  coloursUsed_ = field(32);
+  return (planesAndBits & 0xffff) == 1;
 }
 
 bool BmpReader::IsKindKnown() const {
@@ -159,60 +159,60 @@ bool BmpReader::IsKindKnown() const {
     case kRgb:
       return bits_ == 1 || bits_ == 4 || bits_ == 8 || bits_ == 16 || bits_ == 24 || bits_ == 32;
     case kRle8:
-      return bits_ == 8 && !top_down_;
+      return bits_ == 8 && !topDown_;
     case kRle4:
-      return bits_ == 4 && !top_down_;
+      return bits_ == 4 && !topDown_;
     case kBitFields:
     case kAlphaBitFields:
-      return (bits_ == 16 || bits_ == 32) && header_size_ >= kInfoHeaderSize &&
-             header_size_ != kOs2HeaderSize;
+      return (bits_ == 16 || bits_ == 32) && headerSize_ >= kInfoHeaderSize &&
+             headerSize_ != kOs2HeaderSize;
     default:
       return false;
   }
 }
 
 std::uint32_t BmpReader::MasksBehindHeader() const {
-  if (!HasMasks() || header_size_ >= kMasksInHeaderSize) return 0;
+  if (!HasMasks() || headerSize_ >= kMasksInHeaderSize) return 0;
   return compression_ == kAlphaBitFields ? 16 : 12;
 }
 
 bool BmpReader::ReadMasks() {
   if (!HasMasks()) {
-    const bool five_each = bits_ == 16;  // the other kinds have whole bytes or indices
-    return !five_each ||
+    const bool fiveEach = bits_ == 16;  // the other kinds have whole bytes or indices
+    return !fiveEach ||
            (red_.Set(0x7c00, bits_) && green_.Set(0x03e0, bits_) && blue_.Set(0x001f, bits_));
   }
   constexpr std::uint64_t kMasks = kFileHeaderSize + kInfoHeaderSize;
-  if (!file_.Has(kFileHeaderSize, std::uint64_t{header_size_} + MasksBehindHeader())) return false;
-  const bool has_alpha = header_size_ >= kAlphaInHeaderSize || MasksBehindHeader() == 16;
+  if (!file_.Has(kFileHeaderSize, std::uint64_t{headerSize_} + MasksBehindHeader())) return false;
+  const bool hasAlpha = headerSize_ >= kAlphaInHeaderSize || MasksBehindHeader() == 16;
   return red_.Set(file_.U32(kMasks), bits_) && green_.Set(file_.U32(kMasks + 4), bits_) &&
          blue_.Set(file_.U32(kMasks + 8), bits_) &&
-         alpha_.Set(has_alpha ? file_.U32(kMasks + 12) : 0, bits_);
+         alpha_.Set(hasAlpha ? file_.U32(kMasks + 12) : 0, bits_);
 }
 
 // A palette may be shorter than its header says: then the pixels begin where it
 // ends. Colours that it lacks are black.
 bool BmpReader::ReadPalette() {
-  const std::uint64_t start = std::uint64_t{kFileHeaderSize} + header_size_ + MasksBehindHeader();
-  if (pixel_offset_ < start || pixel_offset_ > file_.size()) return false;
+  const std::uint64_t start = std::uint64_t{kFileHeaderSize} + headerSize_ + MasksBehindHeader();
+  if (pixelOffset_ < start || pixelOffset_ > file_.size()) return false;
   if (!IsIndexed()) return true;
-  const std::uint64_t entry_size = IsCore() ? 3 : 4;
+  const std::uint64_t entrySize = IsCore() ? 3 : 4;
   const std::uint32_t most = 1u << bits_;
-  const std::uint32_t wanted = colours_used_ == 0 ? most : std::min(colours_used_, most);
+  const std::uint32_t wanted = coloursUsed_ == 0 ? most : std::min(coloursUsed_, most);
   const auto count = static_cast<std::uint32_t>(
-      std::min<std::uint64_t>(wanted, (pixel_offset_ - start) / entry_size));
+      std::min<std::uint64_t>(wanted, (pixelOffset_ - start) / entrySize));
   palette_.fill(kBlack);
   for (std::uint32_t i = 0; i < count; ++i)
-    std::memcpy(palette_[i].data(), file_.At(start + i * entry_size), 3);
+    std::memcpy(palette_[i].data(), file_.At(start + i * entrySize), 3);
   return count > 0;
 }
 
 void BmpReader::ReadIndexedRow(const std::uint8_t* source, std::uint8_t* target) const {
-  const unsigned per_byte = 8 / bits_;
+  const unsigned perByte = 8 / bits_;
   const unsigned mask = (1u << bits_) - 1;
   for (unsigned x = 0; x < static_cast<unsigned>(width_); ++x, target += kBytesPerPixel) {
-    const unsigned shift = 8 - bits_ * (x % per_byte + 1);
-    std::memcpy(target, palette_[(source[x / per_byte] >> shift) & mask].data(), kBytesPerPixel);
+    const unsigned shift = 8 - bits_ * (x % perByte + 1);
+    std::memcpy(target, palette_[(source[x / perByte] >> shift) & mask].data(), kBytesPerPixel);
   }
 }
 
@@ -237,17 +237,17 @@ void BmpReader::ReadTrueColourRow(const std::uint8_t* source, std::uint8_t* targ
 }
 
 bool BmpReader::HasAllRows() const {
-  return file_.Has(pixel_offset_, RowSize() * static_cast<std::uint64_t>(height_));
+  return file_.Has(pixelOffset_, RowSize() * static_cast<std::uint64_t>(height_));
 }
 
 void BmpReader::ReadRows(const Picture& picture) const {
-  const bool plain_bytes = bits_ == 24 || (bits_ == 32 && !HasMasks());
-  const auto read_row = IsIndexed()   ? &BmpReader::ReadIndexedRow
-                        : plain_bytes ? &BmpReader::ReadTrueColourRow
+  const bool plainBytes = bits_ == 24 || (bits_ == 32 && !HasMasks());
+  const auto readRow = IsIndexed()   ? &BmpReader::ReadIndexedRow
+                        : plainBytes ? &BmpReader::ReadTrueColourRow
                                       : &BmpReader::ReadMaskedRow;
   for (int y = 0; y < height_; ++y)
-    (this->*read_row)(file_.At(pixel_offset_ + RowSize() * static_cast<std::uint64_t>(y)),
-                      TargetRow(picture, y));
+    (this->*readRow)(file_.At(pixelOffset_ + RowSize() * static_cast<std::uint64_t>(y)),
+                     TargetRow(picture, y));
 }
 
 // Programs that write the mask of the opacity often leave the opacity itself at
@@ -355,7 +355,7 @@ bool BmpReader::ReadRuns(const Picture& picture) const {
   for (int y = 0; y < height_; ++y)
     for (int x = 0; x < width_; ++x)
       std::memcpy(picture.row(y) + x * kBytesPerPixel, palette_[0].data(), kBytesPerPixel);
-  RunReader runs(file_, pixel_offset_, bits_, width_, height_);
+  RunReader runs(file_, pixelOffset_, bits_, width_, height_);
   return runs.Read([&](int x, int row, unsigned index) {
     std::memcpy(TargetRow(picture, row) + x * kBytesPerPixel, palette_[index].data(),
                 kBytesPerPixel);

@@ -22,7 +22,7 @@ std::size_t RowSize(const Picture& picture) {
 }
 
 bool WriteHeaders(HANDLE file, const Picture& picture) {
-  const DWORD pixel_bytes =
+  const DWORD pixelBytes =
       static_cast<DWORD>(RowSize(picture) * static_cast<std::size_t>(picture.height()));
   BITMAPINFOHEADER info{};
   info.biSize = sizeof info;
@@ -31,11 +31,11 @@ bool WriteHeaders(HANDLE file, const Picture& picture) {
   info.biPlanes = 1;
   info.biBitCount = 24;
   info.biCompression = BI_RGB;
-  info.biSizeImage = pixel_bytes;
+  info.biSizeImage = pixelBytes;
   BITMAPFILEHEADER header{};
   header.bfType = 'B' | ('M' << 8);
   header.bfOffBits = sizeof header + sizeof info;
-  header.bfSize = header.bfOffBits + pixel_bytes;
+  header.bfSize = header.bfOffBits + pixelBytes;
   return Write(file, &header, sizeof header) && Write(file, &info, sizeof info);
 }
 
@@ -48,11 +48,11 @@ void PackRow(const Picture& picture, int y, std::uint8_t* target) {
 // From the bottom up, in blocks of some size.
 bool WriteRows(HANDLE file, const Picture& picture) {
   constexpr std::size_t kBlockSize = 1 << 18;
-  const std::size_t row_size = RowSize(picture);
+  const std::size_t rowSize = RowSize(picture);
   std::vector<std::uint8_t> block;
   for (int y = picture.height() - 1; y >= 0; --y) {
-    block.resize(block.size() + row_size);
-    PackRow(picture, y, block.data() + block.size() - row_size);
+    block.resize(block.size() + rowSize);
+    PackRow(picture, y, block.data() + block.size() - rowSize);
     if (block.size() < kBlockSize && y > 0) continue;
     if (!Write(file, block.data(), block.size())) return false;
     block.clear();

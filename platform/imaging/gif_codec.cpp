@@ -78,9 +78,9 @@ bool GifReader::FindFirstFrame() {
 
 bool GifReader::SkipFrame() {
   if (DGifGetImageDesc(gif_) == GIF_ERROR) return false;
-  int code_size = 0;
+  int codeSize = 0;
   GifByteType* block = nullptr;
-  if (DGifGetCode(gif_, &code_size, &block) == GIF_ERROR) return false;
+  if (DGifGetCode(gif_, &codeSize, &block) == GIF_ERROR) return false;
   while (block)
     if (DGifGetCodeNext(gif_, &block) == GIF_ERROR) return false;
   return true;
@@ -109,7 +109,7 @@ bool GifReader::CreateScreen(Picture& picture) const {
   constexpr std::uint8_t kBlack[kBytesPerPixel] = {0, 0, 0, 255};
   for (int x = 0; x < width; ++x)
     std::memcpy(picture.row(0) + x * kBytesPerPixel, kBlack, sizeof kBlack);
-  for (int y = 1; y < height; ++y) std::memcpy(picture.row(y), picture.row(0), picture.row_bytes());
+  for (int y = 1; y < height; ++y) std::memcpy(picture.row(y), picture.row(0), picture.rowBytes());
   return true;
 }
 
@@ -129,20 +129,20 @@ bool GifReader::ReadPalette(Palette& palette) const {
   return true;
 }
 
-// Calls `read_row` with the number of each row of a frame, in file order: an
+// Calls `readRow` with the number of each row of a frame, in file order: an
 // interlaced frame holds every eighth row first, then those between them.
 template <class Function>
-bool ForEachRow(int height, bool interlaced, Function read_row) {
+bool ForEachRow(int height, bool interlaced, Function readRow) {
   static constexpr struct {
     int first, step;
   } kPasses[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}}, kPlain = {0, 1};
-  const auto read_pass = [&](auto pass) {
+  const auto readPass = [&](auto pass) {
     for (int y = pass.first; y < height; y += pass.step)
-      if (!read_row(y)) return false;
+      if (!readRow(y)) return false;
     return true;
   };
-  if (!interlaced) return read_pass(kPlain);
-  return std::ranges::all_of(kPasses, read_pass);
+  if (!interlaced) return readPass(kPlain);
+  return std::ranges::all_of(kPasses, readPass);
 }
 
 bool GifReader::ReadFrame(const Picture& picture) {

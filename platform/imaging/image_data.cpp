@@ -37,8 +37,8 @@ struct CopySpan {
   int size;
 };
 
-std::optional<CopySpan> CutCopy(int target, int size, int source, int picture_size) {
-  const Interval exists = Common({source, std::int64_t{source} + size}, {0, picture_size});
+std::optional<CopySpan> CutCopy(int target, int size, int source, int pictureSize) {
+  const Interval exists = Common({source, std::int64_t{source} + size}, {0, pictureSize});
   if (exists.empty()) return std::nullopt;
   const std::int64_t moved = std::int64_t{target} + (exists.first - source);
   if (moved > INT_MAX) return std::nullopt;
@@ -48,22 +48,22 @@ std::optional<CopySpan> CutCopy(int target, int size, int source, int picture_si
 
 // The target pixels, counted from the left or top of the target rectangle,
 // whose centres fall into the picture.
-Interval PixelsInPicture(int source, int source_size, int target_size, int picture_size) {
-  const double target_per_source = static_cast<double>(target_size) / source_size;
-  const auto first_behind = [&](double edge) {
-    return static_cast<std::int64_t>(std::ceil((edge - source) * target_per_source - 0.5));
+Interval PixelsInPicture(int source, int sourceSize, int targetSize, int pictureSize) {
+  const double targetPerSource = static_cast<double>(targetSize) / sourceSize;
+  const auto firstBehind = [&](double edge) {
+    return static_cast<std::int64_t>(std::ceil((edge - source) * targetPerSource - 0.5));
   };
-  return Common({first_behind(0), first_behind(picture_size)}, {0, target_size});
+  return Common({firstBehind(0), firstBehind(pictureSize)}, {0, targetSize});
 }
 
 // One direction of a scaled copy, cut to what exists and can be seen; `seen` is
 // in coordinates of the target.
-std::optional<Scaling> CutScaling(int target, int target_size, int source, int source_size,
-                                  int picture_size, Interval seen) {
-  const Interval wanted = Common(PixelsInPicture(source, source_size, target_size, picture_size),
+std::optional<Scaling> CutScaling(int target, int targetSize, int source, int sourceSize,
+                                  int pictureSize, Interval seen) {
+  const Interval wanted = Common(PixelsInPicture(source, sourceSize, targetSize, pictureSize),
                                  {seen.first - target, seen.end - target});
   if (wanted.empty()) return std::nullopt;
-  return Scaling{source, source_size, target_size, static_cast<int>(wanted.first),
+  return Scaling{source, sourceSize, targetSize, static_cast<int>(wanted.first),
                  static_cast<int>(wanted.end - wanted.first)};
 }
 

@@ -94,8 +94,8 @@ bool JpegReader::ReadHeader(Bytes file) {
 }
 
 void JpegReader::ChooseOutput() {
-  const bool four_inks = jpeg_.jpeg_color_space == JCS_CMYK || jpeg_.jpeg_color_space == JCS_YCCK;
-  jpeg_.out_color_space = four_inks ? JCS_CMYK : JCS_EXT_BGRA;
+  const bool fourInks = jpeg_.jpeg_color_space == JCS_CMYK || jpeg_.jpeg_color_space == JCS_YCCK;
+  jpeg_.out_color_space = fourInks ? JCS_CMYK : JCS_EXT_BGRA;
 }
 
 std::uint8_t Multiply(unsigned a, unsigned b) {

@@ -41,9 +41,9 @@ class Picture {
   bool empty() const { return !bits_; }
   int width() const { return width_; }
   int height() const { return height_; }
-  std::size_t row_bytes() const { return static_cast<std::size_t>(width_) * kBytesPerPixel; }
+  std::size_t rowBytes() const { return static_cast<std::size_t>(width_) * kBytesPerPixel; }
   std::uint8_t* bits() const { return bits_.get(); }
-  std::uint8_t* row(int y) const { return bits_.get() + row_bytes() * static_cast<std::size_t>(y); }
+  std::uint8_t* row(int y) const { return bits_.get() + rowBytes() * static_cast<std::size_t>(y); }
 
  private:
   std::unique_ptr<std::uint8_t[]> bits_;

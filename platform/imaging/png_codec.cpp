@@ -84,12 +84,12 @@ bool PngReader::ReadPixels(const Picture& picture) {
   ChooseOutput();
   const int passes = png_set_interlace_handling(png_);
   png_read_update_info(png_, info_);
-  if (png_get_rowbytes(png_, info_) != picture.row_bytes()) return false;
+  if (png_get_rowbytes(png_, info_) != picture.rowBytes()) return false;
   for (int pass = 0; pass < passes; ++pass)
     for (int y = 0; y < picture.height(); ++y) png_read_row(png_, picture.row(y), nullptr);
   png_read_end(png_, nullptr);
   if (HasAlpha())
-    CompositeOnBlack(picture.bits(), picture.row_bytes() / kBytesPerPixel *
+    CompositeOnBlack(picture.bits(), picture.rowBytes() / kBytesPerPixel *
                                          static_cast<std::size_t>(picture.height()));
   return true;
 }

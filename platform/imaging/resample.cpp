@@ -57,12 +57,12 @@ struct Taps {
 // Computes the taps of one direction, target pixel by target pixel.
 class TapMaker {
  public:
-  TapMaker(int picture_size, const Scaling& scaling, Filter filter)
-      : size_(picture_size),
+  TapMaker(int pictureSize, const Scaling& scaling, Filter filter)
+      : size_(pictureSize),
         scaling_(scaling),
         nearest_(filter == Filter::kNearest),
         kernel_(KernelOf(filter)),
-        stretch_(std::max(1.0, static_cast<double>(scaling.source_size) / scaling.target_size)) {}
+        stretch_(std::max(1.0, static_cast<double>(scaling.sourceSize) / scaling.targetSize)) {}
 
   // The taps of the target pixel `index`.
   void Make(int index, Taps& taps);
@@ -120,7 +120,7 @@ void TapMaker::DropZeroEnds(Taps& taps) {
 
 void TapMaker::Make(int index, Taps& taps) {
   const double centre =
-      scaling_.source_start + (index + 0.5) * scaling_.source_size / scaling_.target_size;
+      scaling_.sourceStart + (index + 0.5) * scaling_.sourceSize / scaling_.targetSize;
   if (nearest_) return MakeNearest(centre, taps);
   const double reach = kernel_.radius * stretch_;
   taps.first = static_cast<int>(std::ceil(std::max(0.0, centre - reach - 0.5)));
@@ -135,7 +135,7 @@ void TapMaker::Make(int index, Taps& taps) {
 // weights 0 and 2 before 1 and 3.
 class Columns {
  public:
-  Columns(int picture_width, const Scaling& scaling, Filter filter);
+  Columns(int pictureWidth, const Scaling& scaling, Filter filter);
 
   // The source columns that are needed.
   int first() const { return first_; }
@@ -154,8 +154,8 @@ class Columns {
   int last_ = 0;  // one behind
 };
 
-Columns::Columns(int picture_width, const Scaling& scaling, Filter filter) : first_(picture_width) {
-  TapMaker maker(picture_width, scaling, filter);
+Columns::Columns(int pictureWidth, const Scaling& scaling, Filter filter) : first_(pictureWidth) {
+  TapMaker maker(pictureWidth, scaling, filter);
   Taps taps;
   columns_.reserve(static_cast<std::size_t>(scaling.count));
   for (int i = 0; i < scaling.count; ++i) {
@@ -201,10 +201,10 @@ struct RowPair {
   std::int32_t weights;
 };
 
-void PairRows(const Picture& source, int first_column, const Taps& taps,
+void PairRows(const Picture& source, int firstColumn, const Taps& taps,
               std::vector<RowPair>& pairs) {
   pairs.clear();
-  const std::size_t offset = static_cast<std::size_t>(first_column) * kBytesPerPixel;
+  const std::size_t offset = static_cast<std::size_t>(firstColumn) * kBytesPerPixel;
   for (std::size_t i = 0; i < taps.weights.size(); i += 2) {
     const bool single = i + 1 == taps.weights.size();
     const int row = taps.first + static_cast<int>(i);

@@ -16,16 +16,16 @@ enum class Filter {
   kLanczos3,  // sinc with three lobes: sharp, with a trace of ringing at edges
 };
 
-// How one direction is scaled: the source interval of `source_size` pixels at
-// `source_start`, which may reach beyond the picture, becomes `target_size`
+// How one direction is scaled: the source interval of `sourceSize` pixels at
+// `sourceStart`, which may reach beyond the picture, becomes `targetSize`
 // pixels. Of those the `count` pixels from `first` on are wanted; the centre of
 // each has to lie within the picture. Source pixels beside the interval take
 // part in the filter, so that neighbouring intervals scaled one by one give the
 // same pixels as all scaled at once.
 struct Scaling {
-  int source_start;
-  int source_size;
-  int target_size;
+  int sourceStart;
+  int sourceSize;
+  int targetSize;
   int first;
   int count;
 };

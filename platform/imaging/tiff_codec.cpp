@@ -45,7 +45,7 @@ bool CopyPixels(IWICImagingFactory* factory, IWICBitmapFrameDecode* page, Pictur
   UINT width = 0, height = 0;
   ComRef<IWICFormatConverter> converter;
   if (FAILED(page->GetSize(&width, &height)) || !picture.Create(width, height)) return false;
-  const UINT stride = static_cast<UINT>(picture.row_bytes());
+  const UINT stride = static_cast<UINT>(picture.rowBytes());
   if (FAILED(factory->CreateFormatConverter(converter.put())) ||
       FAILED(converter->Initialize(page, GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone,
                                    nullptr, 0, WICBitmapPaletteTypeCustom)) ||

@@ -18,7 +18,7 @@ bool DecodeWebp(Bytes file, Picture& picture) {
   config.output.colorspace = MODE_BGRA;
   config.output.is_external_memory = 1;
   config.output.u.RGBA.rgba = picture.bits();
-  config.output.u.RGBA.stride = static_cast<int>(picture.row_bytes());
+  config.output.u.RGBA.stride = static_cast<int>(picture.rowBytes());
   config.output.u.RGBA.size = pixels * kBytesPerPixel;
   const bool done = WebPDecode(file.data(), file.size(), &config) == VP8_STATUS_OK;
   WebPFreeDecBuffer(&config.output);

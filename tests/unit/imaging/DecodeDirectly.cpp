@@ -35,7 +35,7 @@ std::optional<Decoded> Decode(const support::Bytes& file) {
   imaging::Picture picture;
   const int codec = DecodeAny(file, picture);
   if (codec == -1) return std::nullopt;
-  const std::size_t size = picture.row_bytes() * static_cast<std::size_t>(picture.height());
+  const std::size_t size = picture.rowBytes() * static_cast<std::size_t>(picture.height());
   return Decoded{codec, picture.width(), picture.height(), {picture.bits(), picture.bits() + size}};
 }
 

@@ -27,16 +27,16 @@ double Kernel(Filter filter, double x) {
 }
 
 // The weight of each source pixel in the target pixel `index`.
-std::vector<double> Weights(Filter filter, int picture_size, const Scaling& scaling, int index) {
-  const double scale = static_cast<double>(scaling.source_size) / scaling.target_size;
-  const double centre = scaling.source_start + (index + 0.5) * scale;
-  std::vector<double> weights(static_cast<std::size_t>(picture_size));
+std::vector<double> Weights(Filter filter, int pictureSize, const Scaling& scaling, int index) {
+  const double scale = static_cast<double>(scaling.sourceSize) / scaling.targetSize;
+  const double centre = scaling.sourceStart + (index + 0.5) * scale;
+  std::vector<double> weights(static_cast<std::size_t>(pictureSize));
   if (filter == Filter::kNearest) {
     weights[static_cast<std::size_t>(centre)] = 1;
     return weights;
   }
   double sum = 0;
-  for (int i = 0; i < picture_size; ++i) {
+  for (int i = 0; i < pictureSize; ++i) {
     weights[static_cast<std::size_t>(i)] =
         Kernel(filter, (i + 0.5 - centre) / std::max(1.0, scale));
     sum += weights[static_cast<std::size_t>(i)];
