@@ -1,3 +1,4 @@
+// The log names the core for all of a session's lines, whichever file they stand in.
 #define LOG_SOURCE "Minimal"
 #include "app/Direct3DSession.h"
 

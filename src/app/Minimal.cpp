@@ -20,6 +20,7 @@
 #include "app/Direct3DSession.h"
 #include "app/DpiAwareness.h"
 #include "app/ExitRules.h"
+#include "app/FastSession.h"
 #include "app/Instance.h"
 #include "app/Integrity.h"
 #include "app/Monitors.h"
@@ -39,7 +40,6 @@
 #include "slideshow/FastRenderer.h"
 #include "slideshow/FrameRate.h"
 #include "slideshow/Slideshow.h"
-#include "slideshow/Wipes.h"
 #include "ui/ConfigDialog.h"
 #include "ui/OpenFileRecords.h"
 #include "ui/resource.h"
@@ -53,14 +53,12 @@
 #include <string>
 
 VFBUNDLE* SlideBundle = nullptr;
-std::int32_t SlideMs = 0;
 
 namespace {
 
 constexpr char kSaverClass[] = "VelmoraSaver";
 constexpr char kChildClass[] = "VelmoraChildClass";
 constexpr char kWindowTitle[] = "Velmora 2";
-constexpr char kNoGoodImages[] = "Couldn't find any good images, quitting...";
 
 template <class... Values>
 std::string Text(const Values&... values) {
@@ -617,14 +615,10 @@ void CloseSaver() {
 
 namespace {
 
-constexpr int kWipeMs = 1500;
 constexpr std::int32_t kShufflePasses = 50;
 // The growth of a slide that is shown for 8 seconds: share of its size in 20 ms.
 constexpr float kZoomRate = 0.0003f;
 constexpr double kZoomSeconds = 8.0;
-
-// Smoothed text where the system is known to draw it well.
-int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }
 
 // The registry may hold any number. Within these bounds no sum of times overflows.
 std::int32_t ImageDelayMs() {
@@ -670,74 +664,6 @@ void CreateSlideshow(int width, int height) {
   show.SetRoundUp(false);
 }
 
-PlaylistElement* SlideUnderCursor() {
-  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
-  return list.cursor ? list.Current() : nullptr;
-}
-
-// One slide on, from the last to the first. Fast mode keeps the order of its
-// first shuffle.
-void StepSlide() {
-  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
-  if (!list.cursor || !list.Next()) list.First();
-}
-
-bool LoadSlideUnderCursor() { return LoadSlideImage(SlideUnderCursor(), FastImage); }
-
-// Steps on until a picture loads; false if all have been tried.
-bool StepToGoodSlide() {
-  const std::int32_t count = gSlideshow->GetPlaylist().Count();
-  for (std::int32_t tried = 0; tried < count; ++tried) {
-    StepSlide();
-    if (LoadSlideUnderCursor()) return true;
-  }
-  return false;
-}
-
-bool FindFirstGoodSlide() {
-  if (LoadSlideUnderCursor() || StepToGoodSlide()) return true;
-  LOG_ERROR(kNoGoodImages);
-  CloseSaver();
-  return false;
-}
-
-void GiveUpForWantOfImages() {
-  LOG_ERROR(kNoGoodImages);
-  SetCriticalError(1);
-  CloseSaver();
-}
-
-void PrepareCaptions() {
-  if (ss->ShowCaptions && !CreateCaptionFont(CaptionQuality()))
-    LOG_ERROR("Unable to create caption font!");
-}
-
-// The prepared picture, with its caption, comes to the screen.
-void ShowPreparedSlide() {
-  ClearFastCanvas();
-  DrawFastImage();
-  if (const PlaylistElement* slide = SlideUnderCursor(); slide && ss->ShowCaptions)
-    DrawFastCaption(gSlideshow->GetCaptionFor(slide->file).text);
-  Transition(std::rand() % kWipeCount + 1, kWipeMs);
-}
-
-void RepeatOnOtherMonitors() {
-  ChildWindows.CopyToMonitors(hDC, RequestedMode.width, RequestedMode.height);
-}
-
-void StartFastShow(int width, int height) {
-  CreateFastContexts(width, height);
-  PrepareCaptions();
-  const bool found = FindFirstGoodSlide();
-  ShowPreparedSlide();
-  RepeatOnOtherMonitors();
-  // The picture just shown is the last to be tried again, so one is found.
-  if (found)
-    StepToGoodSlide();
-  else
-    GiveUpForWantOfImages();
-}
-
 }  // namespace
 
 bool initStates(int width, int height) {
@@ -760,19 +686,6 @@ std::int32_t WholeFrameMs() {
   return static_cast<std::int32_t>(std::min(FrameMs, kLongestFrameMs));
 }
 
-// The picture stands for its delay; then the prepared one comes with a random
-// wipe, and the next good one is decoded while it stands.
-void RunFastStep() {
-  SlideMs += WholeFrameMs();
-  WaitMs(1.0f);
-  if (SlideMs < ss->ImageDelay * 1000.0) return;
-  ShowPreparedSlide();
-  FrameTimer.ElapsedMs();
-  RepeatOnOtherMonitors();
-  SlideMs = 0;
-  if (!StepToGoodSlide()) GiveUpForWantOfImages();
-}
-
 // Nothing brings a lost surface back: the session ends as by a key.
 void EndIfInvalidated() {
   if (!gGraphicsLayer || !gGraphicsLayer->IsLost()) return;
@@ -788,7 +701,7 @@ void RenderFrame() {
   AdjustQuality(*ss, *gSlideshow);
   TakeSample();
   if (ss->FastMode)
-    RunFastStep();
+    RunFastStep(WholeFrameMs());
   else
     RenderDirect3DFrame(WholeFrameMs());
   EndIfInvalidated();

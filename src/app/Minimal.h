@@ -5,15 +5,10 @@
 
 #include "base/win.h"
 
-#include <cstdint>
-
 class VFBUNDLE;
 
 // The opened images.bdl: from initStates to CleanUp.
 extern VFBUNDLE* SlideBundle;
-
-// Milliseconds since the end of the last wipe; fast mode only.
-extern std::int32_t SlideMs;
 
 // --- Entry ---
 

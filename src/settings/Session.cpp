@@ -25,3 +25,5 @@ bool ModeChanged = false;
 bool Done = false;
 IntervalTimer FrameTimer;
 double FrameMs = 0;
+
+int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }

@@ -25,6 +25,10 @@ extern HWND ParentWindow;           // from the command line, or null
 extern std::int32_t DumpType;       // of the command line's /dumpType
 extern std::int32_t OsVersionCode;  // 6 and above: Windows 2000 and later
 
+// How captions are smoothed, as CreateFontA takes it: well where the system is known
+// to draw that well.
+int CaptionQuality();
+
 // --- Paths: built once by WinMain ---
 
 extern char ModulePath[1024];       // the program file, full path

@@ -3,6 +3,7 @@
 // bundle, a settings key of its own, and a clock that nobody has to wait for.
 // What the session asks of the system is noted.
 
+#include "app/FastSession.h"
 #include "app/Minimal.h"
 #include "app/Monitors.h"
 #include "slideshow/FastRenderer.h"

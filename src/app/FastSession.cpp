@@ -1,0 +1,108 @@
+// The log names the core for all of a session's lines, whichever file they stand in.
+#define LOG_SOURCE "Minimal"
+#include "app/FastSession.h"
+
+#include "app/Minimal.h"
+#include "app/Monitors.h"
+#include "base/Logger.h"
+#include "base/Timers.h"
+#include "settings/Session.h"
+#include "settings/Settings.h"
+#include "slideshow/FastRenderer.h"
+#include "slideshow/Wipes.h"
+
+#include <cstdlib>
+
+std::int32_t SlideMs = 0;
+
+namespace {
+
+constexpr char kNoGoodImages[] = "Couldn't find any good images, quitting...";
+constexpr int kWipeMs = 1500;
+
+// --- Order ---
+
+PlaylistElement* SlideUnderCursor() {
+  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
+  return list.cursor ? list.Current() : nullptr;
+}
+
+// One slide on, from the last to the first. Fast mode keeps the order of its
+// first shuffle.
+void StepSlide() {
+  LinkedList<PlaylistElement*>& list = gSlideshow->GetPlaylist();
+  if (!list.cursor || !list.Next()) list.First();
+}
+
+bool LoadSlideUnderCursor() { return LoadSlideImage(SlideUnderCursor(), FastImage); }
+
+// Steps on until a picture loads; false if all have been tried.
+bool StepToGoodSlide() {
+  const std::int32_t count = gSlideshow->GetPlaylist().Count();
+  for (std::int32_t tried = 0; tried < count; ++tried) {
+    StepSlide();
+    if (LoadSlideUnderCursor()) return true;
+  }
+  return false;
+}
+
+bool FindFirstGoodSlide() {
+  if (LoadSlideUnderCursor() || StepToGoodSlide()) return true;
+  LOG_ERROR(kNoGoodImages);
+  CloseSaver();
+  return false;
+}
+
+void GiveUpForWantOfImages() {
+  LOG_ERROR(kNoGoodImages);
+  SetCriticalError(1);
+  CloseSaver();
+}
+
+// --- Showing ---
+
+void PrepareCaptions() {
+  if (ss->ShowCaptions && !CreateCaptionFont(CaptionQuality()))
+    LOG_ERROR("Unable to create caption font!");
+}
+
+// The prepared picture, with its caption, comes to the screen.
+void ShowPreparedSlide() {
+  ClearFastCanvas();
+  DrawFastImage();
+  if (const PlaylistElement* slide = SlideUnderCursor(); slide && ss->ShowCaptions)
+    DrawFastCaption(gSlideshow->GetCaptionFor(slide->file).text);
+  Transition(std::rand() % kWipeCount + 1, kWipeMs);
+}
+
+void RepeatOnOtherMonitors() {
+  ChildWindows.CopyToMonitors(hDC, RequestedMode.width, RequestedMode.height);
+}
+
+}  // namespace
+
+void StartFastShow(int width, int height) {
+  CreateFastContexts(width, height);
+  PrepareCaptions();
+  const bool found = FindFirstGoodSlide();
+  ShowPreparedSlide();
+  RepeatOnOtherMonitors();
+  // The picture just shown is the last to be tried again, so one is found.
+  if (found)
+    StepToGoodSlide();
+  else
+    GiveUpForWantOfImages();
+}
+
+// The picture stands for its delay; then the prepared one comes with a random
+// wipe, and the next good one is decoded while it stands.
+void RunFastStep(std::int32_t dt) {
+  SlideMs += dt;
+  WaitMs(1.0f);
+  if (SlideMs < ss->ImageDelay * 1000.0) return;
+  ShowPreparedSlide();
+  FrameTimer.ElapsedMs();
+  RepeatOnOtherMonitors();
+  SlideMs = 0;
+  if (!StepToGoodSlide()) GiveUpForWantOfImages();
+}
