@@ -8,7 +8,8 @@
 //   Windows     the two window procedures and the exit rules
 //
 // The steps stand here; what they decide or compute by themselves stands in
-// the files beside this one. Only these steps touch the session's globals.
+// the files beside this one. settings/Session.h says who writes which of the
+// session's globals: nearly all are set here.
 
 #define LOG_SOURCE "Minimal"
 #include "app/Minimal.h"

@@ -1,7 +1,7 @@
 #pragma once
 // The state of the one run of this process: mode, paths, window, display. It
-// is plain global state, written by the entry point and the session set-up on
-// the main thread and read everywhere; each group says who writes it.
+// is plain global state, written on the main thread and read everywhere, by the
+// work on a crash also on other threads; each group says who writes it.
 
 #include "base/Timers.h"
 #include "base/win.h"
@@ -40,7 +40,7 @@ extern std::string ReportToolPath;
 extern std::string PlaylistPath;
 extern std::string WallpaperPath;
 
-// --- The session: written by DoSaver and the window procedures ---
+// --- The session: written by DoSaver in Minimal.cpp; who else writes is named ---
 
 struct ScreenMode {
   std::int32_t width = 0;   // px
@@ -52,9 +52,12 @@ extern HWND hScrWindow;             // the saver window
 extern HDC hDC;                     // its device context, taken once
 extern std::int32_t ScreenWidth;    // of the saver window, px; all drawing uses it
 extern std::int32_t ScreenHeight;
-extern ScreenMode RequestedMode;    // for this session
+extern ScreenMode RequestedMode;    // for this session; its bits also by
+                                    // Direct3DSession.cpp: what the screen really has
 extern ScreenMode DesktopMode;      // the desktop at the start
 extern bool ModeChanged;            // this session changed the display mode
-extern bool Done;                   // ends the main loop
-extern IntervalTimer FrameTimer;
-extern double FrameMs;              // time of the last frame, ms
+extern bool Done;                   // ends the main loop; also set by a quit message, in
+                                    // FastRenderer.cpp
+extern IntervalTimer FrameTimer;    // also restarted after a wipe, in FastSession.cpp
+extern double FrameMs;              // time of the last frame, ms: written by RenderFrame,
+                                    // and by some wipes in FastRenderer.cpp

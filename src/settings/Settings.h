@@ -3,8 +3,10 @@
 // record behind one global pointer. Values live in the registry: the system's
 // saver values (read only), the user's values, and one machine value.
 //
-// Main thread only. Registry failures are silent: a value that can't be read
-// keeps its field as it is, a write that fails is dropped.
+// Of the main thread, but for the work on a crash (app/CrashCapture.cpp): that reads
+// ShowBugReport and clears CrashFlag and CriticalError on whichever thread does it.
+// Registry failures are silent: a value that can't be read keeps its field as it
+// is, a write that fails is dropped.
 
 #include "base/win.h"
 
