@@ -12,7 +12,7 @@
 #include "show/Modes.h"
 #include "show/Samples.h"
 #include "slideshow/CImgLoadThread.h"
-#include "slideshow/FastRenderer.h"
+#include "slideshow/Slideshow.h"
 #include "support/ImportHook.h"
 
 

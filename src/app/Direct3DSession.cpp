@@ -12,7 +12,7 @@
 #include "settings/Session.h"
 #include "settings/Settings.h"
 #include "slideshow/DesktopFade.h"
-#include "slideshow/FastRenderer.h"
+#include "slideshow/Slideshow.h"
 #include "ui/Skin.h"
 
 #include <algorithm>

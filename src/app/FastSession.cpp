@@ -9,6 +9,7 @@
 #include "settings/Session.h"
 #include "settings/Settings.h"
 #include "slideshow/FastRenderer.h"
+#include "slideshow/Slideshow.h"
 #include "slideshow/Wipes.h"
 
 #include <cstdlib>

@@ -40,6 +40,7 @@
 #include "slideshow/AutoPerformance.h"
 #include "slideshow/FastRenderer.h"
 #include "slideshow/FrameRate.h"
+#include "slideshow/MessagePump.h"
 #include "slideshow/Slideshow.h"
 #include "ui/ConfigDialog.h"
 #include "ui/OpenFileRecords.h"

@@ -57,7 +57,7 @@ extern ScreenMode RequestedMode;    // for this session; its bits also by
 extern ScreenMode DesktopMode;      // the desktop at the start
 extern bool ModeChanged;            // this session changed the display mode
 extern bool Done;                   // ends the main loop; also set by a quit message, in
-                                    // FastRenderer.cpp
+                                    // MessagePump.cpp
 extern IntervalTimer FrameTimer;    // also restarted after a wipe, in FastSession.cpp
 extern double FrameMs;              // time of the last frame, ms: written by RenderFrame,
                                     // and by some wipes in FastRenderer.cpp

@@ -6,11 +6,11 @@
 #include "settings/Settings.h"
 #include "slideshow/CaptionFormat.h"
 #include "slideshow/FittedSize.h"
+#include "slideshow/MessagePump.h"
+#include "slideshow/Slideshow.h"
 #include "slideshow/Wipes.h"
 
 #include <vector>
-
-Slideshow* gSlideshow = nullptr;
 
 HDC BlackPixelDC = nullptr;
 HDC FastCanvasDC = nullptr;
@@ -151,16 +151,4 @@ void Transition(int effect, int durationMs) {
     previous = TransitionPos;
     TransitionPos += advance;
   }
-}
-
-bool PumpOneMessage() {
-  MSG message;
-  if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
-  if (message.message == WM_QUIT) {
-    Done = true;
-    return true;
-  }
-  TranslateMessage(&message);
-  DispatchMessageA(&message);
-  return true;
 }

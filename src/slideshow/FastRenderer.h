@@ -7,12 +7,11 @@
 
 #include "base/win.h"
 #include "imaging/BTNexgenIPL.h"
-#include "slideshow/Slideshow.h"
 
 #include <cstdint>
 #include <string>
 
-extern Slideshow* gSlideshow;          // the session's show; made by initStates
+struct PlaylistElement;
 
 extern HDC BlackPixelDC;               // memory context with one black pixel
 extern HDC FastCanvasDC;               // memory context of ScreenWidth by ScreenHeight
@@ -32,8 +31,8 @@ void DeleteFastContexts();
 // False if there is no such font; the canvas then keeps its default.
 bool CreateCaptionFont(int quality);
 
-// The test of a good picture: reads and decodes it into FastImage and works
-// out its size on the screen. False, for a null element too, if either fails.
+// The test of a good picture: reads it, decodes it into `image` and works out its
+// size on the screen. False, for a null element too, if it can't be read or decoded.
 bool LoadSlideImage(const PlaylistElement* element, BTCImageObject& image);
 
 void ClearFastCanvas();
@@ -46,6 +45,3 @@ void DrawFastCaption(const std::string& text);
 // least; any other number shows it at once. Blocks, handling one message after
 // each step: a quit ends the main loop, yet the wipe runs to its end.
 void Transition(int effect, int durationMs);
-
-// Handles one waiting message; false if there was none. WM_QUIT sets Done.
-bool PumpOneMessage();

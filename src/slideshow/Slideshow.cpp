@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+Slideshow* gSlideshow = nullptr;
+
 namespace {
 
 // The records of a category, decoded in directory order. ReadAll stops at a

@@ -234,3 +234,6 @@ class Slideshow {
   std::int32_t captionCanvasWidth = 896;   // px
   std::int32_t captionCanvasHeight = 256;
 };
+
+// The session's show: made by initStates, deleted by CleanUp, null outside.
+extern Slideshow* gSlideshow;

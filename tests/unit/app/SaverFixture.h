@@ -7,6 +7,7 @@
 #include "app/Minimal.h"
 #include "app/Monitors.h"
 #include "slideshow/FastRenderer.h"
+#include "slideshow/Slideshow.h"
 #include "support/BundleWriter.h"
 #include "support/ImportHook.h"
 #include "support/MovingClock.h"

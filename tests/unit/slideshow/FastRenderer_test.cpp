@@ -1,5 +1,6 @@
 #include "slideshow/FastRenderer.h"
 
+#include "slideshow/Slideshow.h"
 #include "slideshow/Wipes.h"
 #include "support/BundleWriter.h"
 #include "support/GdiGauge.h"
@@ -689,46 +690,6 @@ TEST_F(Transitions, TheRealClockIsObeyed) {
                     static_cast<double>(frequency.QuadPart);
   EXPECT_GE(ms, 299.0);
   EXPECT_TRUE(PixelsNear(Screen(), support::Render(kWidth, kHeight, NewPicture())));
-}
-
-// --- Messages ---
-
-using Pump = FastRenderer;
-
-TEST_F(Pump, WithoutAMessageReturnsAtOnce) {
-  MSG message;
-  while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
-  PumpOneMessage();
-  EXPECT_FALSE(Done);
-}
-
-TEST_F(Pump, HandlesExactlyOne) {
-  MSG message;
-  while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
-  userMessages = 0;
-  for (int n = 0; n < 3; ++n) PostMessageA(hScrWindow, WM_USER, 0, 0);
-  PumpOneMessage();
-  EXPECT_EQ(userMessages, 1);
-  EXPECT_FALSE(Done);
-}
-
-TEST_F(Pump, AKeyBecomesACharacter) {
-  PostMessageA(hScrWindow, WM_KEYDOWN, 'A', 1);
-  bool seen = false;
-  for (int n = 0; n < 100 && !seen; ++n) {
-    PumpOneMessage();
-    MSG message;
-    seen = PeekMessageA(&message, hScrWindow, WM_CHAR, WM_CHAR, PM_REMOVE) != FALSE;
-  }
-  EXPECT_TRUE(seen);
-}
-
-TEST_F(Pump, AQuitEndsTheMainLoop) {
-  MSG message;
-  while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
-  PostQuitMessage(3);
-  PumpOneMessage();
-  EXPECT_TRUE(Done);
 }
 
 }  // namespace
