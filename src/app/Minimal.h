@@ -32,9 +32,9 @@ void DoSaver(HWND hparwnd, int show);
 // procedure then acts on.
 void CloseSaver();
 
-// Builds the content objects for a screen of that size, px; then makes the
-// graphics device, or in fast mode shows the first picture. False ends the
-// session with a box.
+// For a screen of that size, px: opens the bundle, makes the graphics device but in
+// fast mode, builds the show, and in fast mode brings its first picture up. False
+// ends the session with a box.
 bool initStates(int width, int height);
 // One turn of the main loop. Throws cGameError.
 void RenderFrame();
