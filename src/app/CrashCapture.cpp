@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr std::int32_t kWindowsXp = 7;  // an OsVersionCode
 constexpr DWORD kMostEndMs = 5000;
 
 constexpr char kDamagedInCrash[] =
@@ -48,7 +47,7 @@ using WriteDump = decltype(&MiniDumpWriteDump);
 std::atomic<bool> tellingUser = false;  // who may take any time
 
 bool WriteDumpOf(const Crash& crash) {
-  if (OsVersionCode < kWindowsXp) return false;
+  if (OsVersionCode < OSVERSION_XP) return false;
   MINIDUMP_EXCEPTION_INFORMATION information{};
   information.ThreadId = crash.threadId;
   information.ExceptionPointers = crash.pointers;

@@ -1,6 +1,7 @@
 #include "app/OsVersion.h"
 
 #include "base/win.h"
+#include "settings/Session.h"
 
 const char* const OSVersionNames[11] = {
     "Unsupported", "Windows 3.1",  "Windows 95", "Windows 98",   "Windows Me",    "Windows NT",
@@ -18,26 +19,26 @@ OSVERSIONINFOA AskVersion() {
 }
 
 std::int32_t ClassifyWindows9x(std::uint32_t minor) {
-  if (minor == 0) return 2;
-  return minor == 90 ? 4 : 3;
+  if (minor == 0) return OSVERSION_95;
+  return minor == 90 ? OSVERSION_ME : OSVERSION_98;
 }
 
 // Version 6 has an entry of its own in the table and yet counts as unknown.
 std::int32_t ClassifyWindowsNT(std::uint32_t major, std::uint32_t minor) {
-  if (major <= 4) return 5;
-  if (major >= 6) return 10;
-  if (minor == 0) return 6;
-  return minor == 1 ? 7 : 8;
+  if (major <= 4) return OSVERSION_NT;
+  if (major >= 6) return OSVERSION_UNKNOWN;
+  if (minor == 0) return OSVERSION_2000;
+  return minor == 1 ? OSVERSION_XP : OSVERSION_2003;
 }
 
 }  // namespace
 
 std::int32_t ClassifyOSVersion(std::uint32_t platform, std::uint32_t major, std::uint32_t minor) {
   switch (platform) {
-    case VER_PLATFORM_WIN32s: return 1;
+    case VER_PLATFORM_WIN32s: return OSVERSION_31;
     case VER_PLATFORM_WIN32_WINDOWS: return ClassifyWindows9x(minor);
     case VER_PLATFORM_WIN32_NT: return ClassifyWindowsNT(major, minor);
-    default: return 10;
+    default: return OSVERSION_UNKNOWN;
   }
 }
 

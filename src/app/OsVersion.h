@@ -1,13 +1,13 @@
 #pragma once
-// Which Windows this is, as a small code that the rest compares with.
+// Which Windows this is, as a small code that the rest compares with: an
+// OsVersionValue of settings/Session.h.
 
 #include <cstdint>
 
 // Names by code, as the log shows them.
 extern const char* const OSVersionNames[11];
 
-// 0 to 10, an index into OSVersionNames; 6 and above are Windows 2000 and
-// later. Whatever is newer than the table counts as 10, "Unknown".
+// The code of this system, an index into OSVersionNames.
 std::int32_t GetOSVersionCode();
 
 // The same from the numbers of a version record.

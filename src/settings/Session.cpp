@@ -26,4 +26,6 @@ bool Done = false;
 IntervalTimer FrameTimer;
 double FrameMs = 0;
 
-int CaptionQuality() { return OsVersionCode >= 6 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY; }
+int CaptionQuality() {
+  return OsVersionCode >= OSVERSION_2000 ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY;
+}

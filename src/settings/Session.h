@@ -23,7 +23,23 @@ extern std::int32_t RunMode;        // a RunModeValue
 extern HINSTANCE InstanceHandle;
 extern HWND ParentWindow;           // from the command line, or null
 extern std::int32_t DumpType;       // of the command line's /dumpType
-extern std::int32_t OsVersionCode;  // 6 and above: Windows 2000 and later
+extern std::int32_t OsVersionCode;  // an OsVersionValue
+
+// Which Windows this is. The order is that of the systems, and a comparison asks
+// for "this one or a later one".
+enum OsVersionValue : std::int32_t {
+  OSVERSION_UNSUPPORTED = 0,
+  OSVERSION_31 = 1,
+  OSVERSION_95 = 2,
+  OSVERSION_98 = 3,
+  OSVERSION_ME = 4,
+  OSVERSION_NT = 5,
+  OSVERSION_2000 = 6,
+  OSVERSION_XP = 7,
+  OSVERSION_2003 = 8,
+  OSVERSION_VISTA = 9,     // never found: version 6 counts as unknown
+  OSVERSION_UNKNOWN = 10,  // any other, and so whatever is newer than Windows 2003
+};
 
 // How captions are smoothed, as CreateFontA takes it: well where the system is known
 // to draw that well.

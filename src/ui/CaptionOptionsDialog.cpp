@@ -151,7 +151,7 @@ void FillOrientations(HWND dialog) {
 void StartSample() {
   gSample = {};
   gSample.lfCharSet = DEFAULT_CHARSET;
-  gSample.lfQuality = OsVersionCode < 6 ? ANTIALIASED_QUALITY : CLEARTYPE_QUALITY;
+  gSample.lfQuality = static_cast<BYTE>(CaptionQuality());
   gSample.lfWeight = WeightOf(ss->CaptionBold != 0);
   gSample.lfItalic = ss->CaptionItalic;
   gSample.lfHeight = ss->CaptionFontSize;

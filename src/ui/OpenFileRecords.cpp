@@ -41,7 +41,7 @@ constexpr char kTitle[] = "Select a song or playlist";
 // or the system is too old to have one.
 std::wstring MusicFolder() {
   std::array<char, MAX_PATH + 1> folder{};
-  if (OsVersionCode < 6) return {};
+  if (OsVersionCode < OSVERSION_2000) return {};
   if (!SHGetSpecialFolderPathA(nullptr, folder.data(), CSIDL_MYMUSIC, FALSE) &&
       !SHGetSpecialFolderPathA(nullptr, folder.data(), CSIDL_PERSONAL, FALSE))
     return {};
@@ -106,7 +106,7 @@ ChosenFiles TakeFrom(Record& record) {
   return chosen;
 }
 
-bool AsksNarrow() { return OsVersionCode < 6; }
+bool AsksNarrow() { return OsVersionCode < OSVERSION_2000; }
 
 // --- The hook ---
 
