@@ -47,6 +47,8 @@ bool StepToGoodSlide() {
   return false;
 }
 
+// Without any good picture the session's end is logged and asked for twice: here,
+// and by GiveUpForWantOfImages once the empty picture has been shown.
 bool FindFirstGoodSlide() {
   if (LoadSlideUnderCursor() || StepToGoodSlide()) return true;
   LOG_ERROR(kNoGoodImages);

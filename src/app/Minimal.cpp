@@ -475,7 +475,8 @@ void AnnounceSaver(bool running) {
 }
 
 // Undoes a set-up that failed half way. The saver window itself goes with the
-// process.
+// process. DestroyWindow has no effect here, nor in TearDownSession: a saver run has
+// no parent, and a preview's belongs to another process.
 void AbandonSession(HWND hparwnd, const char* boxText) {
   SetCriticalError(1);
   ReleaseDC(hScrWindow, hDC);
@@ -573,7 +574,8 @@ void RunMainLoop() {
   LOG_INFO("Exited main loop.");
 }
 
-// A crash in here shows at the next start: the flag stands meanwhile.
+// A crash in here shows at the next start: the flag stands meanwhile. A preview's
+// parent is hidden as the black windows are; a saver run has none.
 void TearDownSession(HWND hparwnd) {
   if (RunMode != RUNMODE_PREVIEW && RunMode != RUNMODE_CONFIG) SetCrashFlag(1);
   LOG_INFO("ReleaseDC(hScrWindow,hDC)");
