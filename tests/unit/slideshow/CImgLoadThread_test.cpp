@@ -16,6 +16,7 @@ namespace {
 
 using slideshow_test::DimsOf;
 using slideshow_test::EndsDecodedOrFailed;
+using slideshow_test::LoaderEnd;
 using slideshow_test::MakeLoader;
 using slideshow_test::PictureBundle;
 using support::Flat;
@@ -259,10 +260,16 @@ TEST_F(Loader, RunsBelowNormalPriorityFromItsFirstInstruction) {
 
 TEST_F(Loader, DestructionWaitsForTheDecoding) {
   bundle.AddBmp("a", 2000, 1500, Gradient());
-  for (int n = 0; n < 5; ++n) {
-    const auto unfinished = MakeLoader(bundle, "a", DimsOf(2000, 1500));
-    unfinished->Begin(0);
-  }
+  loader = MakeLoader(bundle, "a", DimsOf(2000, 1500));
+  HANDLE held = nullptr;
+  HOOK_IMPORT(hold, "kernel32.dll", ResumeThread, [&](HANDLE thread) -> DWORD {
+    held = thread;
+    return 1;
+  });
+  loader->Begin(0);
+  const LoaderEnd end(*loader, [&] { REAL_IMPORT("kernel32.dll", ResumeThread)(held); });
+  loader.reset();
+  EXPECT_EQ(end.StateAtFirstClose(), CImgLoadThread::kDecoded);
 }
 
 TEST_F(Loader, CanBeginAgain) {

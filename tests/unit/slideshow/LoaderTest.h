@@ -4,13 +4,16 @@
 #include "bundle/VFBundle.h"
 #include "slideshow/CImgLoadThread.h"
 #include "support/BundleWriter.h"
+#include "support/ImportHook.h"
 #include "support/TempFolder.h"
 #include "support/TestPictures.h"
 #include "support/WaitFor.h"
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace slideshow_test {
 
@@ -70,5 +73,35 @@ inline std::unique_ptr<CImgLoadThread> MakeLoader(PictureBundle& bundle, const s
 inline bool EndsDecodedOrFailed(const CImgLoadThread& loader) {
   return support::WaitFor([&] { return loader.IsDecoded() || loader.GetError() != 0; });
 }
+
+// Watches the end of a loader whose thread is held at its start: `letRun` is called
+// as soon as this thread waits for anything, so that the thread does all of its work
+// while somebody waits for it, or not at all.
+class LoaderEnd {
+ public:
+  LoaderEnd(const CImgLoadThread& loader, std::function<void()> letRun)
+      : loader_(loader), letRun_(std::move(letRun)) {}
+
+  // How far the loader was when this thread closed the first handle.
+  std::int32_t StateAtFirstClose() const { return stateAtFirstClose_; }
+
+ private:
+  bool IsOfThisThread() const { return GetCurrentThreadId() == thread_; }
+
+  const CImgLoadThread& loader_;
+  const std::function<void()> letRun_;
+  const DWORD thread_ = GetCurrentThreadId();
+  std::int32_t stateAtFirstClose_ = -1;
+  const support::AnyHook wait_ =
+      ANY_HOOK("kernel32.dll", WaitForSingleObject, [this](HANDLE object, DWORD ms) -> DWORD {
+        if (IsOfThisThread()) letRun_();
+        return REAL_IMPORT("kernel32.dll", WaitForSingleObject)(object, ms);
+      });
+  const support::AnyHook close_ =
+      ANY_HOOK("kernel32.dll", CloseHandle, [this](HANDLE handle) -> BOOL {
+        if (IsOfThisThread() && stateAtFirstClose_ < 0) stateAtFirstClose_ = loader_.GetState();
+        return REAL_IMPORT("kernel32.dll", CloseHandle)(handle);
+      });
+};
 
 }  // namespace slideshow_test

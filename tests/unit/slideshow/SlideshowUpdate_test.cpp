@@ -2,6 +2,7 @@
 
 #include "graphics/cTexture.h"
 #include "support/MethodHook.h"
+#include "unit/slideshow/LoaderTest.h"
 #include "unit/slideshow/ShowTest.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@ namespace {
 using slideshow_test::BadSlide;
 using slideshow_test::FlatSlide;
 using slideshow_test::kDelayMs;
+using slideshow_test::LoaderEnd;
 
 class ShowUpdate : public slideshow_test::ShowTest {
  protected:
@@ -550,8 +552,12 @@ TEST_F(ShowUpdate, EndsAtAnyPointWithoutLeavingTextures) {
 
 TEST_F(ShowUpdate, EndsWhileALoaderIsAtWork) {
   Load({FlatSlide("a", 0xFF0000, 2000, 1500), FlatSlide("b", 0, 2000, 1500)});
+  HoldLoaders();
   show->Update(0);
+  ASSERT_NE(show->GetLoader(), nullptr);
+  const LoaderEnd end(*show->GetLoader(), [this] { StartHeldLoaders(); });
   show.reset();
+  EXPECT_EQ(end.StateAtFirstClose(), CImgLoadThread::kDecoded);
 }
 
 }  // namespace
