@@ -24,9 +24,9 @@ VFFILECAT* musicCategory = nullptr;
 void AddBundleMusic() {
   gMusicPlayer.SetResolver(ResolveBundleMusic);
   musicCategory = SlideBundle ? SlideBundle->FindCategory("music") : nullptr;
-  if (!musicCategory || !musicCategory->files.First()) return;
-  do gMusicPlayer.AddEntry(("?" + musicCategory->files.Current()->name).c_str());
-  while (musicCategory->files.Next());
+  if (!musicCategory) return;
+  ForEach(musicCategory->files,
+          [](const VFFILE* file) { gMusicPlayer.AddEntry(("?" + file->name).c_str()); });
 }
 
 void StartMusic() {

@@ -7,7 +7,7 @@
 // The cursor is part of the list, so only one walk of a list can be under way,
 // on one thread; a nested walk moves the outer one's cursor.
 //
-// The customary walk:
+// The customary walk, which ForEach below is:
 //
 //   if (list.First()) do Use(list.Current()); while (list.Next());
 
@@ -133,3 +133,32 @@ class LinkedList : public LinkedList_Basic<T> {
     pendingRemoval.Clear();
   }
 };
+
+// Calls `use` with each element in order, the cursor on it. `use` may delete what the
+// element points at.
+template <class T, class Use>
+void ForEach(LinkedList_Basic<T>& list, Use use) {
+  if (list.First()) {
+    do use(list.Current());
+    while (list.Next());
+  }
+}
+
+// The first of a list's objects that `matches`, with the cursor left on it; null, with
+// the cursor on the last node, if there is none.
+template <class T, class Matches>
+T* FindIn(LinkedList_Basic<T*>& list, Matches matches) {
+  if (list.First()) {
+    do {
+      if (matches(*list.Current())) return list.Current();
+    } while (list.Next());
+  }
+  return nullptr;
+}
+
+// Deletes what a list of pointers owns, and clears it.
+template <class T>
+void DeleteAll(LinkedList_Basic<T*>& list) {
+  ForEach(list, [](T* element) { delete element; });
+  list.Clear();
+}

@@ -109,28 +109,6 @@ class VFBUNDLE::DirectoryReader {
   const unsigned char* end_;
 };
 
-namespace {
-
-// The element of `list` that `matches`, with the cursor left on it; null, with
-// the cursor on the last node, if there is none.
-template <class T, class Matches>
-T* FindIn(LinkedList<T*>& list, Matches matches) {
-  if (list.First()) {
-    do {
-      if (matches(*list.Current())) return list.Current();
-    } while (list.Next());
-  }
-  return nullptr;
-}
-
-// Calls `use` on each element in order and stops at the first false.
-template <class T, class Use>
-bool ForEach(LinkedList<T*>& list, Use use) {
-  return !FindIn(list, [&](T& element) { return !use(element); });
-}
-
-}  // namespace
-
 // --- VFFILE ---
 
 void VFFILE::FreeData() {
@@ -140,9 +118,7 @@ void VFFILE::FreeData() {
 
 // --- VFFILECAT ---
 
-VFFILECAT::~VFFILECAT() {
-  ForEach(files, [](VFFILE& file) { delete &file; return true; });
-}
+VFFILECAT::~VFFILECAT() { DeleteAll(files); }
 
 VFFILE* VFFILECAT::FindFile(const char* fileName) {
   return FindIn(files, [fileName](const VFFILE& file) { return NamesMatch(file.name, fileName); });
@@ -176,11 +152,11 @@ std::uint32_t VFFILECAT::GetFileSize(const char* fileName) {
 }
 
 bool VFFILECAT::ReadAll() {
-  return ForEach(files, [this](VFFILE& file) { return ReadFile(&file) != nullptr; });
+  return !FindIn(files, [this](VFFILE& file) { return !ReadFile(&file); });
 }
 
 void VFFILECAT::FreeAll() {
-  ForEach(files, [](VFFILE& file) { file.FreeData(); return true; });
+  ForEach(files, [](VFFILE* file) { file->FreeData(); });
 }
 
 // --- VFBUNDLE ---
@@ -240,8 +216,7 @@ bool VFBUNDLE::TakeMember(DirectoryReader& reader) {
 }
 
 void VFBUNDLE::DeleteCategories() {
-  ForEach(categories, [](VFFILECAT& category) { delete &category; return true; });
-  categories.Clear();
+  DeleteAll(categories);
   fileCount = 0;
 }
 
@@ -260,11 +235,11 @@ VFFILECAT* VFBUNDLE::FindCategory(const char* categoryName) {
 }
 
 bool VFBUNDLE::ReadAll() {
-  return ForEach(categories, [](VFFILECAT& category) { return category.ReadAll(); });
+  return !FindIn(categories, [](VFFILECAT& category) { return !category.ReadAll(); });
 }
 
 void VFBUNDLE::FreeAll() {
-  ForEach(categories, [](VFFILECAT& category) { category.FreeAll(); return true; });
+  ForEach(categories, [](VFFILECAT* category) { category->FreeAll(); });
 }
 
 VFFILECAT* VFBUNDLE::CategoryWith(const char* member) {

@@ -30,12 +30,7 @@ void BubbleSort(LinkedList<DISPMODE*>& modes, MustSwap mustSwap) {
 
 }  // namespace
 
-DisplayModeList::~DisplayModeList() {
-  if (modes.First()) {
-    do delete modes.Current();
-    while (modes.Next());
-  }
-}
+DisplayModeList::~DisplayModeList() { DeleteAll(modes); }
 
 HRESULT DisplayModeList::Collect(IDirectDraw7* directDraw) {
   return directDraw->EnumDisplayModes(0, nullptr, this, AddMode);

@@ -39,10 +39,7 @@ void ForEachFile(const std::string& pattern, Use use) {
 
 void AddAll(LinkedList<std::string>& files, Playlist& playlist) {
   std::vector<const char*> texts;
-  if (files.First()) {
-    do texts.push_back(files.Current().c_str());
-    while (files.Next());
-  }
+  ForEach(files, [&](const std::string& file) { texts.push_back(file.c_str()); });
   playlist.AddEntries(texts.data(), static_cast<std::int32_t>(texts.size()));
 }
 

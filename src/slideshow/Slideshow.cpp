@@ -21,12 +21,9 @@ std::unique_ptr<Record[]> DecodeAll(VFFILECAT& category, Decode decode) {
   category.ReadAll();
   auto records = std::make_unique<Record[]>(static_cast<std::size_t>(category.files.Count()));
   std::size_t index = 0;
-  if (category.files.First()) {
-    do {
-      VFFILE& file = *category.files.Current();
-      records[index++] = decode(category.ReadFile(&file), file.size);
-    } while (category.files.Next());
-  }
+  ForEach(category.files, [&](VFFILE* file) {
+    records[index++] = decode(category.ReadFile(file), file->size);
+  });
   return records;
 }
 
@@ -43,24 +40,12 @@ Record RecordAt(const Record* records, std::int32_t count, std::int32_t index) {
   return records[index >= 0 && index < count ? index : 0];
 }
 
-// Deletes what a list of pointers owns, and clears it.
-template <class T>
-void DeleteAll(LinkedList<T*>& list) {
-  if (list.First()) {
-    do delete list.Current();
-    while (list.Next());
-  }
-  list.Clear();
-}
-
 // Calls `use` for each member of the categories, in bundle order.
 template <class Use>
 void ForEachMember(VFFILECAT* categories, std::int32_t categoryCount, Use use) {
   for (std::int32_t index = 0; index < categoryCount; ++index) {
-    LinkedList<VFFILE*>& files = categories[index].files;
-    if (!files.First()) continue;
-    do use(new PlaylistElement{&categories[index], files.Current()});
-    while (files.Next());
+    VFFILECAT& category = categories[index];
+    ForEach(category.files, [&](VFFILE* file) { use(new PlaylistElement{&category, file}); });
   }
 }
 

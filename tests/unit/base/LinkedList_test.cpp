@@ -292,4 +292,59 @@ TEST(LinkedList, FieldsStandInTheirOrder) {
 #endif
 }
 
+// --- Walks ---
+
+TEST(LinkedListWalks, ForEachTakesTheElementsInOrderWithTheCursorOnEach) {
+  LinkedList<int> list;
+  Fill(list, {1, 2, 3});
+  std::vector<int> seen;
+  ForEach(list, [&](int& value) {
+    EXPECT_EQ(&value, &list.Current());
+    seen.push_back(value);
+    value *= 10;
+  });
+  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
+  ExpectHolds(list, {10, 20, 30});
+  EXPECT_FALSE(list.more);
+}
+
+TEST(LinkedListWalks, ForEachOfAnEmptyListDoesNothing) {
+  LinkedList<int> list;
+  ForEach(list, [](int) { FAIL(); });
+}
+
+TEST(LinkedListWalks, FindInStopsOnTheFirstMatch) {
+  int values[] = {1, 2, 2, 3};
+  LinkedList<int*> list;
+  for (int& value : values) list.AddTail(&value);
+  EXPECT_EQ(FindIn(list, [](int value) { return value == 2; }), &values[1]);
+  EXPECT_EQ(list.cursor, list.head->next);
+  EXPECT_TRUE(list.more);
+}
+
+TEST(LinkedListWalks, FindInWithoutAMatchIsNullWithTheCursorOnTheLast) {
+  int values[] = {1, 2};
+  LinkedList<int*> list;
+  for (int& value : values) list.AddTail(&value);
+  EXPECT_EQ(FindIn(list, [](int value) { return value == 3; }), nullptr);
+  EXPECT_EQ(list.cursor, list.tail);
+  list.Clear();
+  EXPECT_EQ(FindIn(list, [](int) { return true; }), nullptr);
+}
+
+TEST(LinkedListWalks, DeleteAllDeletesTheObjectsInOrderAndClears) {
+  struct Noted {
+    ~Noted() { gone.push_back(number); }
+    int number;
+    std::vector<int>& gone;
+  };
+  std::vector<int> gone;
+  LinkedList<Noted*> list;
+  for (const int number : {1, 2, 3}) list.AddTail(new Noted{number, gone});
+  DeleteAll(list);
+  EXPECT_EQ(gone, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(list.Count(), 0);
+  EXPECT_EQ(list.head, nullptr);
+}
+
 }  // namespace
