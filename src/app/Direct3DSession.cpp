@@ -7,6 +7,7 @@
 #include "graphics/FixedPipeline.h"
 #include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
+#include "graphics/SurfaceDc.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
 #include "settings/Session.h"
@@ -107,11 +108,10 @@ bool OpensWithDesktop() { return ss->Animate && !ss->FastMode && !ModeChanged; }
 // A desktop that can't be copied, such as that of another session, counts as
 // black.
 void CopyDesktop() {
-  const HDC desktop = GetWindowDC(nullptr);
-  MemDc copy = MakeCanvas(desktop, ScreenWidth, ScreenHeight);
-  if (!BitBlt(copy.get(), 0, 0, ScreenWidth, ScreenHeight, desktop, 0, 0, SRCCOPY))
+  const WindowDc desktop(nullptr);
+  MemDc copy = MakeCanvas(desktop.get(), ScreenWidth, ScreenHeight);
+  if (!BitBlt(copy.get(), 0, 0, ScreenWidth, ScreenHeight, desktop.get(), 0, 0, SRCCOPY))
     PatBlt(copy.get(), 0, 0, ScreenWidth, ScreenHeight, BLACKNESS);
-  if (desktop) ReleaseDC(nullptr, desktop);
   DesktopCopyDC = copy.release();
 }
 
@@ -140,8 +140,7 @@ namespace {
 // behind its time. No pixel is touched.
 void WaitForFrame() {
   IDirectDrawSurface7* backBuffer = gGraphicsLayer->GetBackBuffer();
-  HDC dc = nullptr;
-  if (SUCCEEDED(backBuffer->GetDC(&dc))) backBuffer->ReleaseDC(dc);
+  { const SurfaceDc drawn(backBuffer); }
   const LockedSurface finished(backBuffer);
 }
 

@@ -1,5 +1,7 @@
 #include "app/Monitors.h"
 
+#include "base/win_owned.h"
+
 #include <cstring>
 
 ChildWindowSet ChildWindows;
@@ -118,13 +120,12 @@ void ChildWindowSet::DestroyChildWindows() {
 void ChildWindowSet::CopyToMonitors(HDC source, std::int32_t width, std::int32_t height) {
   ForEachFurtherMonitor([&](ChildMonitor& record) {
     if (!record.window) return true;
-    const HDC window = GetWindowDC(record.window);
+    const WindowDc window(record.window);
     RECT size{};
     GetWindowRect(record.window, &size);
-    SetStretchBltMode(window, HALFTONE);
-    StretchBlt(window, 0, 0, size.right - size.left, size.bottom - size.top, source, 0, 0, width,
-               height, SRCCOPY);
-    ReleaseDC(record.window, window);
+    SetStretchBltMode(window.get(), HALFTONE);
+    StretchBlt(window.get(), 0, 0, size.right - size.left, size.bottom - size.top, source, 0, 0,
+               width, height, SRCCOPY);
     return true;
   });
 }

@@ -73,16 +73,22 @@ class SelectGuard {
   HGDIOBJ former_;
 };
 
-// The context of a window's client area, or of the screen for a null window, for
-// the length of one scope.
-class ClientDc {
+namespace openers {
+inline HDC ClientArea(HWND window) { return GetDC(window); }
+inline HDC WholeWindow(HWND window) { return GetWindowDC(window); }
+}  // namespace openers
+
+// A context of a window, or of the screen for a null window, for the length of one
+// scope.
+template <auto Open>
+class ScopedDc {
  public:
-  explicit ClientDc(HWND window) : window_(window), dc_(GetDC(window)) {}
-  ~ClientDc() {
+  explicit ScopedDc(HWND window) : window_(window), dc_(Open(window)) {}
+  ~ScopedDc() {
     if (dc_) ReleaseDC(window_, dc_);
   }
-  ClientDc(const ClientDc&) = delete;
-  ClientDc& operator=(const ClientDc&) = delete;
+  ScopedDc(const ScopedDc&) = delete;
+  ScopedDc& operator=(const ScopedDc&) = delete;
 
   HDC get() const { return dc_; }  // null if the system has none to give
 
@@ -90,6 +96,9 @@ class ClientDc {
   HWND window_;
   HDC dc_;
 };
+
+using ClientDc = ScopedDc<openers::ClientArea>;   // without the window's frame
+using WindowDc = ScopedDc<openers::WholeWindow>;  // with it
 
 // An entry point of a loaded library, or null.
 template <class Function>

@@ -1,6 +1,7 @@
 #include "slideshow/CTextSurface.h"
 
 #include "graphics/LockedSurface.h"
+#include "graphics/SurfaceDc.h"
 #include "slideshow/TilePlan.h"
 
 #include <algorithm>
@@ -75,10 +76,12 @@ void CTextSurface::MakeCanvas() {
 
 std::int32_t CTextSurface::Render(const char* text, cTexture* newTiles, std::int32_t count) {
   if (!font || !HasCanvas() || !text || !newTiles || count != columns * rows) return 0;
-  HDC dc = nullptr;
-  if (FAILED(canvas->GetSurface()->GetDC(&dc))) return 0;
-  const std::int32_t textHeight = DrawOnCanvas(dc, text);
-  canvas->GetSurface()->ReleaseDC(dc);
+  std::int32_t textHeight = 0;
+  {
+    const SurfaceDc dc(canvas->GetSurface());
+    if (!dc) return 0;
+    textHeight = DrawOnCanvas(dc.get(), text);
+  }
   tiles = newTiles;
   tileCount = count;
   tickPosition = 0;

@@ -2,6 +2,7 @@
 
 #include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
+#include "graphics/SurfaceDc.h"
 #include "graphics/cGraphicsLayer.h"
 #include "settings/Session.h"
 
@@ -35,10 +36,9 @@ void DrawDesktop() {
   // The card finishes what it is at before GDI draws into the surface.
   { const LockedSurface finished(backBuffer); }
   gGraphicsLayer->Clear(true, false, 0, 1.0f);
-  HDC dc = nullptr;
-  if (FAILED(backBuffer->GetDC(&dc))) return;
-  BitBlt(dc, 0, 0, ScreenWidth, ScreenHeight, DesktopCopyDC, 0, 0, SRCCOPY);
-  backBuffer->ReleaseDC(dc);
+  const SurfaceDc dc(backBuffer);
+  if (!dc) return;
+  BitBlt(dc.get(), 0, 0, ScreenWidth, ScreenHeight, DesktopCopyDC, 0, 0, SRCCOPY);
 }
 
 void SetBlending(IDirect3DDevice7* device) {

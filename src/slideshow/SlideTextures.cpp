@@ -1,5 +1,6 @@
 #include "slideshow/SlideTextures.h"
 
+#include "graphics/SurfaceDc.h"
 #include "graphics/cTexture.h"
 #include "slideshow/CSlideImage.h"
 
@@ -17,11 +18,7 @@ std::unique_ptr<cTexture> MakeDrawn(std::int32_t bits, std::int32_t width, std::
   if (bits != 16 && bits != 32) return nullptr;
   auto texture = std::make_unique<cTexture>();
   texture->Create(width, height, bits, kPictureStage, mipLevels);
-  HDC dc = nullptr;
-  if (SUCCEEDED(texture->GetSurface()->GetDC(&dc))) {
-    draw(dc);
-    texture->GetSurface()->ReleaseDC(dc);
-  }
+  if (const SurfaceDc dc(texture->GetSurface()); dc) draw(dc.get());
   texture->GenerateMipMaps();
   return texture;
 }

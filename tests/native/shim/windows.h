@@ -62,6 +62,7 @@ BOOL DeleteObject(HGDIOBJ object);
 BOOL FindClose(HANDLE search);
 HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
 HDC GetDC(HWND window);
+HDC GetWindowDC(HWND window);
 int ReleaseDC(HWND window, HDC dc);
 
 // --- The registry: kept in memory by shim/registry.cpp ---

@@ -123,6 +123,48 @@ TEST(SelectGuard, BringsBackWhatWasSelected) {
   EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BRUSH), before);
 }
 
+// A window's context that the test hands out, and what is given back.
+class WindowContexts : public testing::Test {
+ protected:
+  HWND window = reinterpret_cast<HWND>(5);
+  HDC clientArea = reinterpret_cast<HDC>(6);
+  HDC wholeWindow = reinterpret_cast<HDC>(7);
+  std::vector<std::pair<HWND, HDC>> released;
+
+ private:
+  const std::vector<support::AnyHook> hooks_{
+      ANY_HOOK("user32.dll", GetDC, [this](HWND) { return clientArea; }),
+      ANY_HOOK("user32.dll", GetWindowDC, [this](HWND) { return wholeWindow; }),
+      ANY_HOOK("user32.dll", ReleaseDC,
+               [this](HWND from, HDC dc) {
+                 released.emplace_back(from, dc);
+                 return 1;
+               }),
+  };
+};
+
+TEST_F(WindowContexts, AreGivenBackToTheirWindow) {
+  {
+    const ClientDc client(window);
+    EXPECT_EQ(client.get(), clientArea);
+    const WindowDc whole(window);
+    EXPECT_EQ(whole.get(), wholeWindow);
+    EXPECT_TRUE(released.empty());
+  }
+  EXPECT_EQ(released, (std::vector{std::pair(window, wholeWindow), std::pair(window, clientArea)}));
+}
+
+TEST_F(WindowContexts, OneThatIsNotThereIsNotGivenBack) {
+  clientArea = wholeWindow = nullptr;
+  {
+    const ClientDc client(window);
+    const WindowDc whole(window);
+    EXPECT_EQ(client.get(), nullptr);
+    EXPECT_EQ(whole.get(), nullptr);
+  }
+  EXPECT_TRUE(released.empty());
+}
+
 TEST(ProcAddress, IsNullForAMissingEntry) {
   const HMODULE kernel = GetModuleHandleA("kernel32.dll");
   EXPECT_NE(ProcAddress<decltype(&GetTickCount)>(kernel, "GetTickCount"), nullptr);
