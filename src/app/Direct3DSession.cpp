@@ -6,7 +6,6 @@
 #include "base/win_owned.h"
 #include "graphics/FixedPipeline.h"
 #include "graphics/LockedSurface.h"
-#include "graphics/Matrix.h"
 #include "graphics/SurfaceDc.h"
 #include "graphics/cGameError.h"
 #include "graphics/cGraphicsLayer.h"
@@ -28,7 +27,6 @@ bool OpeningDone = false;
 namespace {
 
 constexpr DWORD kTextureLimit = 256;
-constexpr float kWorldDistance = 2.0f;  // from the eye
 
 bool AcceptAnyDevice(const D3DDEVICEDESC7&) { return true; }
 
@@ -147,10 +145,7 @@ void WaitForFrame() {
 void ShowFrame(std::int32_t dt) {
   gSlideshow->Update(dt);
   gGraphicsLayer->Clear(true, false, 0, 1.0f);
-  D3DMATRIX world{};
-  SetIdentity(world);
-  SetTranslation(world, 0, 0, kWorldDistance);
-  gGraphicsLayer->SetWorldMatrix(world);
+  SetWorldBeforeEye(*gGraphicsLayer);
   gSlideshow->Draw();
   WaitForFrame();
   gGraphicsLayer->Flip(false);

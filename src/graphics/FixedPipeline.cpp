@@ -8,6 +8,7 @@ namespace {
 constexpr float kWorldWidth = 2.0f;
 constexpr float kNearPlane = 0.5f;
 constexpr float kFarPlane = 10.0f;
+constexpr float kWorldDistance = 2.0f;  // from the eye
 
 void SetRenderStates(IDirect3DDevice7* device) {
   device->SetRenderState(D3DRENDERSTATE_CULLMODE, D3DCULL_CW);
@@ -46,4 +47,11 @@ void SetFixedPipeline(cGraphicsLayer& layer, std::int32_t width, std::int32_t he
   SetTextureStage(layer.GetDevice());
   SetIdentity(matrix);
   layer.SetViewMatrix(matrix);
+}
+
+void SetWorldBeforeEye(cGraphicsLayer& layer) {
+  D3DMATRIX world{};
+  SetIdentity(world);
+  SetTranslation(world, 0, 0, kWorldDistance);
+  layer.SetWorldMatrix(world);
 }

@@ -11,3 +11,6 @@ class cGraphicsLayer;
 // Sets projection, render states, texture stage 0 and view for a screen of
 // `width` by `height` px.
 void SetFixedPipeline(cGraphicsLayer& layer, std::int32_t width, std::int32_t height);
+
+// Sets the world: where pictures lie, 2 units in front of the eye, and not moved.
+void SetWorldBeforeEye(cGraphicsLayer& layer);

@@ -1,7 +1,7 @@
 #include "slideshow/DesktopFade.h"
 
+#include "graphics/FixedPipeline.h"
 #include "graphics/LockedSurface.h"
-#include "graphics/Matrix.h"
 #include "graphics/SurfaceDc.h"
 #include "graphics/cGraphicsLayer.h"
 #include "settings/Session.h"
@@ -14,7 +14,6 @@ constexpr float kFadeMs = 2500.0f;
 constexpr float kEndLevel = 1.05f;   // a little beyond black, so that black is shown
 constexpr int kUncountedCalls = 2;   // start-up time falls into these
 constexpr float kReach = 10.75f;     // well beyond every screen, world units
-constexpr float kDistance = 2.0f;    // of the world from the eye
 constexpr DWORD kVertexFormat = D3DFVF_XYZ | D3DFVF_NORMAL | D3DFVF_DIFFUSE | D3DFVF_TEX1;
 
 struct FadeVertex {
@@ -54,10 +53,7 @@ void SetBlending(IDirect3DDevice7* device) {
 }
 
 void DrawBlackness(IDirect3DDevice7* device) {
-  D3DMATRIX world{};
-  SetIdentity(world);
-  SetTranslation(world, 0, 0, kDistance);
-  gGraphicsLayer->SetWorldMatrix(world);
+  SetWorldBeforeEye(*gGraphicsLayer);
   if (FAILED(gGraphicsLayer->BeginScene())) return;
   device->SetTexture(0, nullptr);
   device->DrawIndexedPrimitive(D3DPT_TRIANGLELIST, kVertexFormat, quad, 4, quadIndices, 6, 0);

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -68,6 +69,19 @@ TEST_F(FixedPipeline, TheScreenIsTwoUnitsWide) {
   layer.GetViewMatrix(matrix);
   EXPECT_FLOAT_EQ(matrix._11, 1.0f);
   EXPECT_FLOAT_EQ(matrix._43, 0.0f);
+}
+
+TEST_F(FixedPipeline, TheWorldLiesTwoUnitsBeforeTheEye) {
+  cGraphicsLayer& layer = Windowed();
+  D3DMATRIX matrix{};
+  matrix._41 = 5;
+  layer.SetWorldMatrix(matrix);
+  SetWorldBeforeEye(layer);
+  layer.GetWorldMatrix(matrix);
+  D3DMATRIX expected{};
+  expected._11 = expected._22 = expected._33 = expected._44 = 1;
+  expected._43 = 2;
+  EXPECT_EQ(std::memcmp(&matrix, &expected, sizeof matrix), 0);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "unit/graphics/GraphicsTest.h"
 
 #include "graphics/FixedPipeline.h"
-#include "graphics/Matrix.h"
 
 #include <stdexcept>
 
@@ -112,10 +111,7 @@ cGraphicsLayer& GraphicsTest::Windowed(std::uint32_t flags, cGraphicsLayer::Devi
 cGraphicsLayer& GraphicsTest::WindowedForShow() {
   cGraphicsLayer& layer = Windowed();
   SetFixedPipeline(layer, kWindowWidth, kWindowHeight);
-  D3DMATRIX world{};
-  SetIdentity(world);
-  SetTranslation(world, 0, 0, 2);
-  layer.SetWorldMatrix(world);
+  SetWorldBeforeEye(layer);
   return layer;
 }
 
