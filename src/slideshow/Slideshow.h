@@ -123,6 +123,13 @@ class Slideshow {
  private:
   using Colour = std::array<float, 3>;  // red, green, blue; 1.0 is full
   enum class CaptionSlot { Front, Back };
+  // What belongs to one slot; valid while the captions' surfaces are.
+  struct CaptionSet {
+    CTextSurface& surface;
+    cTexture* tiles;  // where its text goes
+    CaptionQuad& quad;
+    float& height;    // of the text with its margin, world units
+  };
 
   void BuildInOrder();
   void DeletePlaylist();
@@ -139,7 +146,11 @@ class Slideshow {
   void UpdateOpeningFade(std::int32_t dt);
   void UpdateShowing(std::int32_t dt);
   void UpdateTransition(std::int32_t dt);
+  void UpdateCrossfade();
   void UpdateFade();
+  bool EndTransitionInTime();
+  void SetBlend();
+  void SetFadeColour();
   void SetBrightness(float value);
   void HandOver();
   void TakeOver();
@@ -158,6 +169,7 @@ class Slideshow {
   void PlaceCaptions();
   std::int32_t CaptionTileCount() const { return captionColumns * captionRows; }
   std::int32_t CaptionBits() const { return captionAlpha ? 32 : 16; }
+  CaptionSet SetOf(CaptionSlot slot);
   void RenderCaption(CaptionSlot slot, const VFFILE* file);
   void TickCaptions();
   void FinishCaptionCopies();

@@ -98,18 +98,20 @@ void Slideshow::SetCaptionText(CTextSurface& caption) const {
 
 // --- Text ---
 
+Slideshow::CaptionSet Slideshow::SetOf(CaptionSlot slot) {
+  if (slot == CaptionSlot::Front) return {*captionFront, tilesFront.get(), quadFront, frontHeight};
+  return {*captionBack, tilesBack.get(), quadBack, backHeight};
+}
+
 // Draws the text of the slide that is to be loaded. Its textures follow, one a
 // frame.
 void Slideshow::RenderCaption(CaptionSlot slot, const VFFILE* file) {
   if (!captionFront) return;
-  const bool front = slot == CaptionSlot::Front;
-  CTextSurface& caption = front ? *captionFront : *captionBack;
-  cTexture* tiles = front ? tilesFront.get() : tilesBack.get();
-  const CaptionQuad& quad = front ? quadFront : quadBack;
+  const CaptionSet set = SetOf(slot);
   const std::int32_t textHeight =
-      caption.Render(GetCaptionFor(file).text.c_str(), tiles, CaptionTileCount());
-  (front ? frontHeight : backHeight) = static_cast<float>(textHeight + kTextMargin) /
-                                       static_cast<float>(captionCanvasHeight) * quad.GetHeight();
+      set.surface.Render(GetCaptionFor(file).text.c_str(), set.tiles, CaptionTileCount());
+  set.height = static_cast<float>(textHeight + kTextMargin) /
+               static_cast<float>(captionCanvasHeight) * set.quad.GetHeight();
 }
 
 void Slideshow::TickCaptions() {
@@ -143,14 +145,12 @@ void Slideshow::SwapCaptions() {
 // the material: its caption would not fade up with it.
 void Slideshow::DrawCaption(CaptionSlot slot, float alpha) {
   if (!showCaptions || !captionFront) return;
-  const bool front = slot == CaptionSlot::Front;
-  CTextSurface& caption = front ? *captionFront : *captionBack;
-  CaptionQuad& quad = front ? quadFront : quadBack;
-  while (caption.Tick()) {
+  const CaptionSet set = SetOf(slot);
+  while (set.surface.Tick()) {
   }
   IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
   device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
   device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-  const Raised raised(bottomEdge - quad.GetHeight() * 0.5f + (front ? frontHeight : backHeight));
-  quad.Draw(alpha, CaptionBits());
+  const Raised raised(bottomEdge - set.quad.GetHeight() * 0.5f + set.height);
+  set.quad.Draw(alpha, CaptionBits());
 }

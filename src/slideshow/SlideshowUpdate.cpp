@@ -135,8 +135,12 @@ void Slideshow::UpdateOpeningFade(std::int32_t dt) {
   transitionClock = 0;
 }
 
+void Slideshow::SetBlend() {
+  blend = static_cast<float>(transitionClock) / static_cast<float>(transitionTime);
+}
+
 // To the fade's colour until half time, and back.
-void Slideshow::UpdateFade() {
+void Slideshow::SetFadeColour() {
   const std::int32_t half = transitionTime / 2;
   const float k = transitionClock <= half
                       ? static_cast<float>(transitionClock) / static_cast<float>(half)
@@ -163,32 +167,47 @@ void Slideshow::UpdateShowing(std::int32_t dt) {
   inTransition = true;
   transitionClock += displayClock - imageDelay;
   if (crossfade)
-    blend = static_cast<float>(transitionClock) / static_cast<float>(transitionTime);
+    SetBlend();
   else
-    UpdateFade();
+    SetFadeColour();
 }
 
 void Slideshow::UpdateTransition(std::int32_t dt) {
   transitionClock += dt;
-  if (crossfade) {
-    blend = static_cast<float>(transitionClock) / static_cast<float>(transitionTime);
-  } else {
+  if (crossfade)
+    UpdateCrossfade();
+  else
     UpdateFade();
-    if (transitionClock >= transitionTime / 2 && !midFadeSwapped) {
-      HandOver();
-      TakeOver();
-      midFadeSwapped = true;
-      CountAsDebt();
-    }
-  }
-  if (transitionClock < transitionTime) return;
-  inTransition = false;
-  transitionClock = 0;
-  displayClock = 0;
-  if (!crossfade) return;
+}
+
+// The slide that came takes over at the end.
+void Slideshow::UpdateCrossfade() {
+  SetBlend();
+  if (!EndTransitionInTime()) return;
   handoverTimer.ElapsedMs();
   TakeOver();
   CountAsDebt();
+}
+
+// The slides change places halfway, in the dark.
+void Slideshow::UpdateFade() {
+  SetFadeColour();
+  if (transitionClock >= transitionTime / 2 && !midFadeSwapped) {
+    HandOver();
+    TakeOver();
+    midFadeSwapped = true;
+    CountAsDebt();
+  }
+  EndTransitionInTime();
+}
+
+// False while the transition's time isn't over.
+bool Slideshow::EndTransitionInTime() {
+  if (transitionClock < transitionTime) return false;
+  inTransition = false;
+  transitionClock = 0;
+  displayClock = 0;
+  return true;
 }
 
 // Makes the loaded slide the next one.
