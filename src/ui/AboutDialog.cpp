@@ -137,10 +137,9 @@ void OnInit(HWND dialog) {
 // --- Drawing ---
 
 void DrawNextFrame(HWND dialog) {
-  const HWND control = GetDlgItem(dialog, IDC_CREDITS);
-  gItem.hDC = GetWindowDC(control);
+  const WindowDc dc(GetDlgItem(dialog, IDC_CREDITS));
+  gItem.hDC = dc.get();
   gContents->scroller.Frame(&gItem);
-  ReleaseDC(control, gItem.hDC);
 }
 
 void OnDrawItem(const DRAWITEMSTRUCT& item) {

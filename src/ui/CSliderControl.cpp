@@ -1,5 +1,6 @@
 #include "ui/CSliderControl.h"
 
+#include "base/win_owned.h"
 #include "ui/Subclass.h"
 
 #include <algorithm>
@@ -96,10 +97,10 @@ void CSliderControl::DragTo(LPARAM lParam) {
 
 void CSliderControl::PaintNow() {
   if (!window) return;  // the system would take it for the whole screen
+  const WindowDc dc(window);
   DRAWITEMSTRUCT item{};
-  item.hDC = GetWindowDC(window);
+  item.hDC = dc.get();
   Paint(&item);
-  ReleaseDC(window, item.hDC);
 }
 
 void CSliderControl::Refresh() {

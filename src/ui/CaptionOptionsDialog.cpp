@@ -158,9 +158,8 @@ void StartSample() {
 }
 
 void FillFonts(HWND dialog) {
-  const HDC dc = GetWindowDC(dialog);
-  EnumFontFamiliesExA(dc, &gSample, AddFontFaceProc, reinterpret_cast<LPARAM>(dialog), 0);
-  ReleaseDC(dialog, dc);
+  const WindowDc dc(dialog);
+  EnumFontFamiliesExA(dc.get(), &gSample, AddFontFaceProc, reinterpret_cast<LPARAM>(dialog), 0);
   SelectText(dialog, IDC_CAPTION_FONT, ss->CaptionFont.c_str());
 }
 
