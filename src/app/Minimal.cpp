@@ -30,6 +30,7 @@
 #include "app/SessionMusic.h"
 #include "app/Wallpaper.h"
 #include "base/Logger.h"
+#include "base/Product.h"
 #include "base/win_owned.h"
 #include "bundle/VFBundle.h"
 #include "graphics/cGameError.h"
@@ -60,7 +61,6 @@ namespace {
 
 constexpr char kSaverClass[] = "VelmoraSaver";
 constexpr char kChildClass[] = "VelmoraChildClass";
-constexpr char kWindowTitle[] = "Velmora 2";
 
 template <class... Values>
 std::string Text(const Values&... values) {
@@ -363,7 +363,7 @@ void UnregisterSessionClasses() {
 }
 
 HWND CreateSaverWindow(DWORD extendedStyle, DWORD style, HWND parent) {
-  return CreateWindowExA(extendedStyle, kSaverClass, kWindowTitle, style, 0, 0, ScreenWidth,
+  return CreateWindowExA(extendedStyle, kSaverClass, kProductName, style, 0, 0, ScreenWidth,
                          ScreenHeight, parent, nullptr, InstanceHandle, nullptr);
 }
 
