@@ -93,9 +93,10 @@ int main(int argc, char** argv) {
   PaintCanvas(0);
   std::vector<double> blits = TimeWholeBlits(200);
   const double baseline = At(blits, 0.5);
-  std::printf("%dx%d, baseline: whole-screen BitBlt median %.3f ms\n", ScreenWidth, ScreenHeight, baseline);
-  std::printf("%-6s %6s %12s %12s %12s %10s %12s\n", "effect", "steps", "median ms", "p99 ms", "worst ms",
-              "median/base", "whole ms");
+  std::printf("%dx%d, baseline: whole-screen BitBlt median %.3f ms\n", ScreenWidth, ScreenHeight,
+              baseline);
+  std::printf("%-6s %6s %12s %12s %12s %10s %12s\n", "effect", "steps", "median ms", "p99 ms",
+              "worst ms", "median/base", "whole ms");
   for (int effect = 1; effect <= kWipeCount; ++effect) {
     PaintCanvas(effect * 20);
     std::vector<double> steps = TimeSteps(effect);
@@ -104,8 +105,9 @@ int main(int argc, char** argv) {
       PaintCanvas(effect * 20 + 10 + n);
       wholes.push_back(TimeWholeWipe(effect));
     }
-    std::printf("%-6d %6zu %12.3f %12.3f %12.3f %10.2f %12.0f\n", effect, steps.size(), At(steps, 0.5),
-                At(steps, 0.99), At(steps, 1.0), At(steps, 0.5) / baseline, At(wholes, 0.5));
+    std::printf("%-6d %6zu %12.3f %12.3f %12.3f %10.2f %12.0f\n", effect, steps.size(),
+                At(steps, 0.5), At(steps, 0.99), At(steps, 1.0), At(steps, 0.5) / baseline,
+                At(wholes, 0.5));
   }
   DeleteFastContexts();
   ReleaseDC(hScrWindow, hDC);

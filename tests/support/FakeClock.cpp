@@ -23,7 +23,8 @@ std::int64_t RealFrequency() {
 
 template <class Function>
 std::unique_ptr<ImportHook> HookIfImported(const char* dll, const char* name, Function function) {
-  return ImportHook::Exists(dll, name) ? std::make_unique<ImportHook>(dll, name, function) : nullptr;
+  return ImportHook::Exists(dll, name) ? std::make_unique<ImportHook>(dll, name, function)
+                                       : nullptr;
 }
 
 }  // namespace
@@ -32,7 +33,8 @@ struct FakeClock::Hooks {
   std::unique_ptr<ImportHook> counter =
       HookIfImported("kernel32.dll", "QueryPerformanceCounter", FakeCounter);
   std::unique_ptr<ImportHook> mediaTicks = HookIfImported("winmm.dll", "timeGetTime", FakeTicks);
-  std::unique_ptr<ImportHook> systemTicks = HookIfImported("kernel32.dll", "GetTickCount", FakeTicks);
+  std::unique_ptr<ImportHook> systemTicks =
+      HookIfImported("kernel32.dll", "GetTickCount", FakeTicks);
 };
 
 FakeClock::FakeClock(std::uint32_t startMs) : nowMs_(startMs), frequency_(RealFrequency()) {

@@ -65,7 +65,8 @@ ImportHook::ImportHook(Plain, const char* dll, const char* function, void* repla
     Write(slot, replacement);
   }
   if (patches_.empty())
-    throw std::runtime_error(std::string("this program doesn't import ") + function + " from " + dll);
+    throw std::runtime_error(std::string("this program doesn't import ") + function + " from " +
+                             dll);
 }
 
 ImportHook::~ImportHook() {

@@ -120,8 +120,9 @@ double MeanError(const Pixels& a, const Pixels& b) {
 
 testing::AssertionResult PixelsNear(const Pixels& actual, const Pixels& expected, int tolerance) {
   if (!SameSize(actual, expected))
-    return testing::AssertionFailure() << "size " << actual.width << "x" << actual.height
-                                       << " instead of " << expected.width << "x" << expected.height;
+    return testing::AssertionFailure()
+           << "size " << actual.width << "x" << actual.height << " instead of " << expected.width
+           << "x" << expected.height;
   std::size_t wrong = 0;
   std::size_t first = 0;
   for (std::size_t n = 0; n < actual.colours.size(); ++n)

@@ -44,7 +44,8 @@ double MeanError(const Pixels& a, const Pixels& b);
 
 // EXPECT_TRUE(PixelsNear(...)): equal sizes and no channel off by more than
 // `tolerance`. A failure names the number of wrong pixels and the first one.
-testing::AssertionResult PixelsNear(const Pixels& actual, const Pixels& expected, int tolerance = 0);
+testing::AssertionResult PixelsNear(const Pixels& actual, const Pixels& expected,
+                                    int tolerance = 0);
 
 // A 32-bit picture in memory that one can draw into through `Dc()`.
 class Canvas {

@@ -23,7 +23,8 @@ constexpr DWORD kNameRoom = 16384;
 
 RegKey OpenKey(HKEY root, const std::string& path, REGSAM access) {
   HKEY key = nullptr;
-  return RegOpenKeyExA(root, path.c_str(), 0, access, &key) == ERROR_SUCCESS ? RegKey(key) : RegKey();
+  return RegOpenKeyExA(root, path.c_str(), 0, access, &key) == ERROR_SUCCESS ? RegKey(key)
+                                                                             : RegKey();
 }
 
 RegKey MakeKey(HKEY root, const std::string& path) {
@@ -40,8 +41,9 @@ std::vector<std::string> NamesOf(HKEY key, bool values) {
   for (DWORD index = 0;; ++index) {
     DWORD length = kNameRoom;
     const LSTATUS status =
-        values ? RegEnumValueA(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr)
-               : RegEnumKeyExA(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
+        values
+            ? RegEnumValueA(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr)
+            : RegEnumKeyExA(key, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
     if (status != ERROR_SUCCESS) return names;
     names.emplace_back(name.data(), length);
   }

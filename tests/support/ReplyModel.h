@@ -59,7 +59,8 @@ class ReplyModel {
     std::size_t right = Delimiter('>', from);
     for (std::size_t tried = from; right != kNone; right = Delimiter('>', right + 1)) {
       std::size_t left = kNone;
-      for (std::size_t at = Delimiter('<', tried); at < right; at = Delimiter('<', at + 1)) left = at;
+      for (std::size_t at = Delimiter('<', tried); at < right; at = Delimiter('<', at + 1))
+        left = at;
       if (left != kNone && Small(Kept(left + 1, right)) == Small("/" + name)) return right;
       tried = right + 1;
     }

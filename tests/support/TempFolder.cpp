@@ -42,7 +42,8 @@ void RemoveTree(const std::string& folder) {
       const std::string path = folder + "\\" + name;
       SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
       if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) DeleteFileA(path.c_str());
-      else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) RemoveDirectoryA(path.c_str());
+      else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)
+        RemoveDirectoryA(path.c_str());
       else RemoveTree(path);
     } while (FindNextFileA(search, &entry));
     FindClose(search);

@@ -11,7 +11,8 @@ constexpr std::size_t kTimeLength = 15;
 
 std::string Trimmed(const std::string& text) {
   const std::size_t first = text.find_first_not_of(' ');
-  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \r") + 1 - first);
+  return first == std::string::npos ? ""
+                                    : text.substr(first, text.find_last_not_of(" \r") + 1 - first);
 }
 
 bool IsLogLine(const std::string& line) {

@@ -54,7 +54,8 @@ Pattern Quadrants(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t b
 }
 
 Pattern Checkers(int square, std::uint32_t first, std::uint32_t second) {
-  return [=](int x, int y, int, int) { return (x / square + y / square) % 2 == 0 ? first : second; };
+  return
+      [=](int x, int y, int, int) { return (x / square + y / square) % 2 == 0 ? first : second; };
 }
 
 Bytes MakeBmp(int width, int height, const Pattern& pattern, int bits) {

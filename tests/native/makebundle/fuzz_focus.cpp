@@ -22,7 +22,8 @@ std::vector<FocusLine> ParseOrNothing(const std::string& text) {
 // The comment keeps a name that starts like UTF-8's mark off the start.
 std::string Written(const std::vector<FocusLine>& lines) {
   std::string text = "#\n";
-  for (const FocusLine& line : lines) text += line.name + (line.xOnly ? " x\n" : line.yOnly ? " y\n" : " xy\n");
+  for (const FocusLine& line : lines)
+    text += line.name + (line.xOnly ? " x\n" : line.yOnly ? " y\n" : " xy\n");
   return text;
 }
 
@@ -41,6 +42,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<FocusLine> copy = ParseOrNothing(Written(lines));
   Require(copy.size() == lines.size());
   for (std::size_t n = 0; n < lines.size(); ++n)
-    Require(copy[n].name == lines[n].name && copy[n].xOnly == lines[n].xOnly && copy[n].yOnly == lines[n].yOnly);
+    Require(copy[n].name == lines[n].name && copy[n].xOnly == lines[n].xOnly &&
+            copy[n].yOnly == lines[n].yOnly);
   return 0;
 }

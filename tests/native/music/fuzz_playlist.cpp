@@ -63,7 +63,8 @@ Entries PlainPLS(const std::string& text) {
   Entries values;
   for (std::string& line : lines) {
     char* equals = std::strchr(line.data(), '=');
-    if (equals && strncasecmp(line.c_str(), "file", 4) == 0) values.push_back(SkipBlanks(equals + 1));
+    if (equals && strncasecmp(line.c_str(), "file", 4) == 0)
+      values.push_back(SkipBlanks(equals + 1));
   }
   return values;
 }

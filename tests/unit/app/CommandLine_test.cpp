@@ -191,7 +191,8 @@ TEST(CommandLine, LinesOfAnyLengthAreReadToTheirEndAtMost) {
     modes |= 1 << ParseCommandLine(reinterpret_cast<const char*>(guarded.data())).runMode;
   }
   const auto bit = [](RunModeValue mode) { return 1 << mode; };
-  EXPECT_EQ(modes, bit(RUNMODE_NONE) | bit(RUNMODE_CONFIG) | bit(RUNMODE_PREVIEW) | bit(RUNMODE_SAVER));
+  EXPECT_EQ(modes,
+            bit(RUNMODE_NONE) | bit(RUNMODE_CONFIG) | bit(RUNMODE_PREVIEW) | bit(RUNMODE_SAVER));
 }
 
 // --- Options ---

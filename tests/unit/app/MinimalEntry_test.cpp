@@ -532,7 +532,8 @@ TEST_F(Entry, TheInstallSwitchTakesAndReleasesTheMutexAndWritesNoClosingLines) {
 
 TEST_F(Entry, UninstallRemovesTheRecordedFoldersAndDoesNothingElse) {
   const std::string folder = temp.File("bens");
-  for (const char* part : {"bens", "bens\\Tarnwick", "bens\\Tarnwick\\Velmora2"}) temp.MakeFolder(part);
+  for (const char* part : {"bens", "bens\\Tarnwick", "bens\\Tarnwick\\Velmora2"})
+    temp.MakeFolder(part);
   machine.SetText("ben", temp.File("bens\\Tarnwick\\Velmora2"), "AppData");
   EXPECT_EQ(Start("/uninstall"), 0);
   EXPECT_FALSE(Exists(temp.File("bens\\Tarnwick\\Velmora2")));

@@ -575,8 +575,8 @@ class Preview : public Session {
     ss->DispModeWidth = 640;
     ss->DispModeHeight = 480;
     ss->DispModeBits = 16;
-    parent = CreateWindowExA(0, "STATIC", "", WS_POPUP | WS_VISIBLE, 20, 30, kTestWidth, kTestHeight,
-                             nullptr, nullptr, nullptr, nullptr);
+    parent = CreateWindowExA(0, "STATIC", "", WS_POPUP | WS_VISIBLE, 20, 30, kTestWidth,
+                             kTestHeight, nullptr, nullptr, nullptr, nullptr);
     ASSERT_NE(parent, nullptr);
     ParentWindow = parent;
     onFrame = [this](int) { DestroyWindow(parent); };

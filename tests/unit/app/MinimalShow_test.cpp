@@ -153,11 +153,12 @@ TEST_F(Show, ChoosesAmongAllTwelveWipes) {
     HOOK_IMPORT(chance, "msvcrt.dll", rand, [lot]() { return lot; });
     bool first = true;
     {
-      HOOK_IMPORT(blit, "gdi32.dll", BitBlt,
-                  [&](HDC to, int x, int y, int w, int h, HDC from, int fx, int fy, DWORD rop) -> BOOL {
-                    if (to == hDC && std::exchange(first, false)) firstCopies.emplace_back(w, h);
-                    return REAL_IMPORT("gdi32.dll", BitBlt)(to, x, y, w, h, from, fx, fy, rop);
-                  });
+      HOOK_IMPORT(
+          blit, "gdi32.dll", BitBlt,
+          [&](HDC to, int x, int y, int w, int h, HDC from, int fx, int fy, DWORD rop) -> BOOL {
+            if (to == hDC && std::exchange(first, false)) firstCopies.emplace_back(w, h);
+            return REAL_IMPORT("gdi32.dll", BitBlt)(to, x, y, w, h, from, fx, fy, rop);
+          });
       ASSERT_TRUE(initStates(kTestWidth, kTestHeight));
     }
     CleanUp();

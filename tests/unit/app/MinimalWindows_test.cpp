@@ -89,7 +89,11 @@ class WindowProcedure : public testing::Test {
 
  private:
   std::vector<support::AnyHook> hooks_{
-      ANY_HOOK("user32.dll", GetCursorPos, [this](POINT* to) -> BOOL { *to = cursor; return TRUE; }),
+      ANY_HOOK("user32.dll", GetCursorPos,
+               [this](POINT* to) -> BOOL {
+                 *to = cursor;
+                 return TRUE;
+               }),
       ANY_HOOK("kernel32.dll", GetTickCount, [this]() -> DWORD { return tick; }),
       ANY_HOOK("user32.dll", PostMessageA,
                [this](HWND to, UINT message, WPARAM, LPARAM) -> BOOL {
@@ -109,15 +113,25 @@ class WindowProcedure : public testing::Test {
                  return kDefaultResult;
                }),
       ANY_HOOK("user32.dll", DestroyWindow,
-               [this](HWND to) -> BOOL { destroyed.push_back(to); return TRUE; }),
+               [this](HWND to) -> BOOL {
+                 destroyed.push_back(to);
+                 return TRUE;
+               }),
       ANY_HOOK("user32.dll", SetCursor,
-               [this](HCURSOR to) -> HCURSOR { cursorsSet.push_back(to); return nullptr; }),
+               [this](HCURSOR to) -> HCURSOR {
+                 cursorsSet.push_back(to);
+                 return nullptr;
+               }),
       ANY_HOOK("user32.dll", KillTimer,
-               [this](HWND of, UINT_PTR id) -> BOOL { timersKilled.emplace_back(of, id); return TRUE; }),
-      ANY_HOOK("user32.dll", PostQuitMessage, [this](int code) {
-        EXPECT_EQ(code, 0);
-        ++quits;
-      }),
+               [this](HWND of, UINT_PTR id) -> BOOL {
+                 timersKilled.emplace_back(of, id);
+                 return TRUE;
+               }),
+      ANY_HOOK("user32.dll", PostQuitMessage,
+               [this](int code) {
+                 EXPECT_EQ(code, 0);
+                 ++quits;
+               }),
   };
 };
 
@@ -236,7 +250,9 @@ TEST_P(MouseRuleOf, CountsOnlyInARunningSaverWithoutADialog) {
 
 class KeyRuleOf : public WindowProcedure, public testing::WithParamInterface<bool> {
  protected:
-  LRESULT Press(WPARAM key) { return GetParam() ? SendToChild(WM_KEYDOWN, key) : Send(WM_KEYDOWN, key); }
+  LRESULT Press(WPARAM key) {
+    return GetParam() ? SendToChild(WM_KEYDOWN, key) : Send(WM_KEYDOWN, key);
+  }
 };
 
 INSTANTIATE_TEST_SUITE_P(SaverAndChild, KeyRuleOf, testing::Bool());

@@ -110,7 +110,8 @@ class Devices {
                    [this](LPCSTR device, DWORD index, DISPLAY_DEVICEA* to, DWORD flags) {
                      return EnumDevices(device, index, to, flags);
                    }};
-  support::LambdaHook<decltype(&EnumDisplaySettingsA), std::function<BOOL(LPCSTR, DWORD, DEVMODEA*)>>
+  support::LambdaHook<decltype(&EnumDisplaySettingsA),
+                      std::function<BOOL(LPCSTR, DWORD, DEVMODEA*)>>
       settingsHook_{"user32.dll", "EnumDisplaySettingsA",
                     [this](LPCSTR name, DWORD which, DEVMODEA* mode) {
                       return EnumSettings(name, which, mode);
@@ -359,10 +360,10 @@ TEST_F(MonitorWindows, AllAreShownAndHidden) {
   set.CreateChildWindows(parent, instance, "C", "t");
   set.ShowChildWindows(SW_SHOWMAXIMIZED);
   set.ShowChildWindows(SW_HIDE);
-  EXPECT_THAT(windows.shown,
-              ElementsAre(std::pair(WindowNumber(1), SW_SHOWMAXIMIZED),
-                          std::pair(WindowNumber(2), SW_SHOWMAXIMIZED),
-                          std::pair(WindowNumber(1), SW_HIDE), std::pair(WindowNumber(2), SW_HIDE)));
+  EXPECT_THAT(windows.shown, ElementsAre(std::pair(WindowNumber(1), SW_SHOWMAXIMIZED),
+                                         std::pair(WindowNumber(2), SW_SHOWMAXIMIZED),
+                                         std::pair(WindowNumber(1), SW_HIDE),
+                                         std::pair(WindowNumber(2), SW_HIDE)));
 }
 
 TEST_F(MonitorWindows, AreDestroyedOnce) {

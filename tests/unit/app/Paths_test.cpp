@@ -61,9 +61,9 @@ TEST_F(Paths, TheProgramsFilesLieInItsFolder) {
 
 TEST_F(Paths, OnlyAnExtensionThatHoldsExeIsAProgram) {
   const std::pair<const char*, bool> rows[] = {
-      {"C:\\a\\Velmora2.exe", true},   {"C:\\a\\VELMORA2.EXE", true}, {"C:\\a\\b.xexey", true},
-      {"C:\\a\\Velmora2.scr", false},  {"C:\\exe\\Velmora2", false},  {"C:\\x.exe\\Velmora2", false},
-      {"C:\\a\\exe.scr", false},       {"C:\\a\\v.exe.scr", false},   {"C:\\a\\exe", false},
+      {"C:\\a\\Velmora2.exe", true},  {"C:\\a\\VELMORA2.EXE", true}, {"C:\\a\\b.xexey", true},
+      {"C:\\a\\Velmora2.scr", false}, {"C:\\exe\\Velmora2", false},  {"C:\\x.exe\\Velmora2", false},
+      {"C:\\a\\exe.scr", false},      {"C:\\a\\v.exe.scr", false},   {"C:\\a\\exe", false},
       {"C:\\a\\v.", false},
   };
   for (const auto& [path, expected] : rows) {

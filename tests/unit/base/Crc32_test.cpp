@@ -110,12 +110,13 @@ TEST_P(Crc32Failure, InTheMiddleGivesItsErrorAndTheSumSoFar) {
   const Bytes bytes = PatternBytes(10000);
   const std::string path = folder_.Write("file", bytes);
   std::vector<DWORD> sizes;
-  HOOK_IMPORT(read, "kernel32.dll", ReadFile,
-              [&](HANDLE file, LPVOID to, DWORD size, LPDWORD got, LPOVERLAPPED overlapped) -> BOOL {
-                sizes.push_back(size);
-                if (sizes.size() == 3) return SetLastError(ERROR_CRC), FALSE;
-                return REAL_IMPORT("kernel32.dll", ReadFile)(file, to, size, got, overlapped);
-              });
+  HOOK_IMPORT(
+      read, "kernel32.dll", ReadFile,
+      [&](HANDLE file, LPVOID to, DWORD size, LPDWORD got, LPOVERLAPPED overlapped) -> BOOL {
+        sizes.push_back(size);
+        if (sizes.size() == 3) return SetLastError(ERROR_CRC), FALSE;
+        return REAL_IMPORT("kernel32.dll", ReadFile)(file, to, size, got, overlapped);
+      });
   EXPECT_EQ(SumOf(path, ERROR_CRC), SlowSum(Bytes(bytes.begin(), bytes.begin() + 8192)));
   EXPECT_EQ(sizes, (std::vector<DWORD>{4096, 4096, 4096}));
 }

@@ -52,8 +52,8 @@ TEST(FileExists, LetsTheFileGoAgain) {
   const TempFolder folder;
   const std::string file = folder.Write("a", BytesOf("x"));
   FileExists(file.c_str());
-  const HANDLE alone =
-      CreateFileA(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE alone = CreateFileA(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                   OPEN_EXISTING, 0, nullptr);
   EXPECT_NE(alone, INVALID_HANDLE_VALUE);
   CloseHandle(alone);
 }
@@ -70,7 +70,8 @@ TEST(ForceDeleteFile, DeletesReadOnlyAndHiddenFilesToo) {
 TEST(GetFileSize64, GivesTheSizeOfAnOpenFile) {
   const TempFolder folder;
   const std::string file = folder.Write("a", BytesOf("12345"));
-  const HANDLE open = CreateFileA(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE open =
+      CreateFileA(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   std::uint64_t size = 0;
   EXPECT_TRUE(GetFileSize64(open, size));
   EXPECT_EQ(size, 5u);
@@ -206,7 +207,8 @@ TEST(DeleteFolderContents, GoesOnBehindAFileThatCannotBeDeleted) {
   const TempFolder folder;
   std::vector<std::string> files;
   for (const char* name : {"a", "b", "c"}) files.push_back(folder.Write(name, BytesOf("x")));
-  const HANDLE held = CreateFileA(files[1].c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE held =
+      CreateFileA(files[1].c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
   EXPECT_EQ(DeleteFolderContents(folder.Path().c_str()), 1);
   EXPECT_FALSE(Exists(files[0]));
@@ -240,10 +242,11 @@ TEST(DeleteFolderContents, OfAnEmptyNameListsNothing) {
 
 TEST(DeleteFolderContents, ListsWithOneSeparatorInAnyCase) {
   std::vector<std::string> listed;
-  HOOK_IMPORT(spy, "kernel32.dll", FindFirstFileA, [&](LPCSTR pattern, LPWIN32_FIND_DATAA) -> HANDLE {
-    listed.push_back(pattern);
-    return INVALID_HANDLE_VALUE;
-  });
+  HOOK_IMPORT(spy, "kernel32.dll", FindFirstFileA,
+              [&](LPCSTR pattern, LPWIN32_FIND_DATAA) -> HANDLE {
+                listed.push_back(pattern);
+                return INVALID_HANDLE_VALUE;
+              });
   DeleteFolderContents("C:\\data");
   DeleteFolderContents("C:\\data\\");
   EXPECT_EQ(listed, (std::vector<std::string>{"C:\\data\\*.*", "C:\\data\\*.*"}));
@@ -268,7 +271,8 @@ std::string UnixPathOf(const std::string& path) {
   return text;
 }
 
-void RunAndWait(std::string commandLine, bool (*done)(const std::string&), const std::string& path) {
+void RunAndWait(std::string commandLine, bool (*done)(const std::string&),
+                const std::string& path) {
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};

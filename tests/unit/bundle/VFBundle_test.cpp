@@ -174,7 +174,8 @@ TEST_F(Bundle, ACategoryAloneOpensEmpty) {
 }
 
 TEST_F(Bundle, EmptyCategoriesKeepTheOthersMembers) {
-  ASSERT_TRUE(Open(BundleWriter().Category("a").Category("b").Member("m", "x").Category("c").Build()));
+  ASSERT_TRUE(
+      Open(BundleWriter().Category("a").Category("b").Member("m", "x").Category("c").Build()));
   EXPECT_EQ(CategoryNames(), (std::vector<std::string>{"a", "b", "c"}));
   EXPECT_EQ(bundle_.FindCategory("a")->FindFile("m"), nullptr);
   EXPECT_NE(bundle_.FindCategory("b")->FindFile("m"), nullptr);
@@ -325,7 +326,8 @@ TEST_F(Bundle, AMemberPastTheEndFailsAndLeavesNoData) {
       {0, 1000}, {1000, 1}, {0xFFFFFFFF, 1}, {1, 0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF},
       {0x80000000, 0x80000000}};
   for (const auto& claim : claims) {
-    ASSERT_TRUE(Open(BundleWriter().Category("c").MemberClaiming("m", claim.offset, claim.size).Build()));
+    ASSERT_TRUE(
+        Open(BundleWriter().Category("c").MemberClaiming("m", claim.offset, claim.size).Build()));
     EXPECT_EQ(bundle_.ReadFile("m"), nullptr) << claim.offset << " " << claim.size;
     EXPECT_EQ(bundle_.GetFileData("m"), nullptr);
     EXPECT_EQ(bundle_.GetFileSize("m"), claim.size);

@@ -127,7 +127,8 @@ support::Pixels ReadSurface(IDirectDrawSurface7* surface) {
   const int width = static_cast<int>(locked.description.dwWidth);
   const int height = static_cast<int>(locked.description.dwHeight);
   if (locked.description.ddpfPixelFormat.dwRGBBitCount == 32)
-    return support::ReadBgrx(locked.Row(0), width, height, static_cast<int>(locked.description.lPitch));
+    return support::ReadBgrx(locked.Row(0), width, height,
+                             static_cast<int>(locked.description.lPitch));
   support::Pixels pixels(width, height);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x)

@@ -21,7 +21,8 @@ D3DMATRIX Garbage() {
 TEST(Matrix, IdentityReplacesEverything) {
   D3DMATRIX matrix = Garbage();
   SetIdentity(matrix);
-  EXPECT_EQ(Entries(matrix), (std::array<float, 16>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+  EXPECT_EQ(Entries(matrix),
+            (std::array<float, 16>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
 }
 
 TEST(Matrix, TranslationIsSetAndThenAddedTo) {
@@ -29,7 +30,8 @@ TEST(Matrix, TranslationIsSetAndThenAddedTo) {
   SetIdentity(matrix);
   SetTranslation(matrix, 1, 2, 3);
   SetTranslation(matrix, 0, 0, 2);
-  EXPECT_EQ(Entries(matrix), (std::array<float, 16>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 2, 1}));
+  EXPECT_EQ(Entries(matrix),
+            (std::array<float, 16>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 2, 1}));
   AddTranslation(matrix, 0.5f, -1, 4);
   EXPECT_EQ(Entries(matrix),
             (std::array<float, 16>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0.5f, -1, 6, 1}));

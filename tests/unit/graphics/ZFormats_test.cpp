@@ -25,7 +25,8 @@ TEST(ZFormats, AStencilIsThereIfAskedFor) {
   const std::uint32_t flags = cGraphicsLayer::kZBuffer | cGraphicsLayer::kStencil;
   EXPECT_FALSE(ZFormatFits(ZFormat(24), flags));
   EXPECT_TRUE(ZFormatFits(ZFormat(16, 1), flags));
-  EXPECT_FALSE(ZFormatFits(ZFormat(16, 1), cGraphicsLayer::kZBuffer | cGraphicsLayer::kDeepStencil));
+  EXPECT_FALSE(
+      ZFormatFits(ZFormat(16, 1), cGraphicsLayer::kZBuffer | cGraphicsLayer::kDeepStencil));
   EXPECT_TRUE(ZFormatFits(ZFormat(32, 8), cGraphicsLayer::kZBuffer | cGraphicsLayer::kDeepStencil));
 }
 

@@ -172,8 +172,9 @@ TEST(ExtraSafeReleaseOf, NullDoesNothing) {
 
 TEST_F(GraphicsLayer, ExtraSafeReleaseTellsOfReferencesLeft) {
   IDirectDraw7* ddraw = nullptr;
-  ASSERT_EQ(DirectDrawCreateEx(nullptr, reinterpret_cast<void**>(&ddraw), IID_IDirectDraw7, nullptr),
-            DD_OK);
+  ASSERT_EQ(
+      DirectDrawCreateEx(nullptr, reinterpret_cast<void**>(&ddraw), IID_IDirectDraw7, nullptr),
+      DD_OK);
   IDirectDraw7* const still = ddraw;
   still->AddRef();
   const DebugOutput output;
@@ -424,8 +425,9 @@ class GraphicsLayerDevices : public GraphicsLayer {
  protected:
   void SetUp() override { gChecked.clear(); }
   // Reversed, and with a device that is listed twice.
-  const std::vector<GUID> all{IID_IDirect3DRefDevice, IID_IDirect3DRGBDevice, IID_IDirect3DHALDevice,
-                              IID_IDirect3DHALDevice, IID_IDirect3DTnLHalDevice};
+  const std::vector<GUID> all{IID_IDirect3DRefDevice, IID_IDirect3DRGBDevice,
+                              IID_IDirect3DHALDevice, IID_IDirect3DHALDevice,
+                              IID_IDirect3DTnLHalDevice};
 };
 
 TEST_F(GraphicsLayerDevices, AreAskedForFromTheBestToTheSlowest) {
@@ -451,7 +453,8 @@ TEST_F(GraphicsLayerDevices, NoHardwareMeansSoftwareAlone) {
 TEST_F(GraphicsLayerDevices, TheFirstAcceptedIsTaken) {
   EXPECT_TRUE(IsEqualGUID(Windowed().GetDeviceDesc().deviceGUID, IID_IDirect3DTnLHalDevice));
   EXPECT_TRUE(gGraphicsLayer->IsHardware());
-  EXPECT_TRUE(IsEqualGUID(Windowed(0, RefuseTnL).GetDeviceDesc().deviceGUID, IID_IDirect3DHALDevice));
+  EXPECT_TRUE(
+      IsEqualGUID(Windowed(0, RefuseTnL).GetDeviceDesc().deviceGUID, IID_IDirect3DHALDevice));
   EXPECT_TRUE(gGraphicsLayer->IsHardware());
 }
 
@@ -580,8 +583,9 @@ TEST_F(GraphicsLayer, AZBufferNamesWhatFailed) {
                              ? DDERR_OUTOFVIDEOMEMORY
                              : real(self, description, made, outer);
                 });
-    EXPECT_EQ(WindowedError(cGraphicsLayer::kZBuffer),
-              "Failed to create a Z-Buffer surface.\nMost likely the application ran out of memory");
+    EXPECT_EQ(
+        WindowedError(cGraphicsLayer::kZBuffer),
+        "Failed to create a Z-Buffer surface.\nMost likely the application ran out of memory");
   }
   {
     HOOK_METHOD(attach, AnySurface(), &IDirectDrawSurface7::AddAttachedSurface,
@@ -722,9 +726,10 @@ TEST_F(GraphicsLayer, AFlippedPictureReachesTheScreen) {
     cGraphicsLayer& layer = fullScreen ? FullScreen() : Windowed();
     layer.Clear(true, false, 0x0030A050, 1.0f);
     layer.Flip(false);
-    EXPECT_TRUE(support::PixelsNear(
-        ReadSurface(layer.GetPrimary()).Cut(layer.GetScreenRect().left, layer.GetScreenRect().top, 64, 64),
-        support::Render(64, 64, support::Flat(0x30A050))))
+    EXPECT_TRUE(
+        support::PixelsNear(ReadSurface(layer.GetPrimary())
+                                .Cut(layer.GetScreenRect().left, layer.GetScreenRect().top, 64, 64),
+                            support::Render(64, 64, support::Flat(0x30A050))))
         << (fullScreen ? "full screen" : "window");
   }
 }

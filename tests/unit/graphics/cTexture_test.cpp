@@ -34,7 +34,8 @@ class NoMipFilters {
     LPD3DENUMDEVICESCALLBACK7 callback;
     void* context;
   };
-  static HRESULT CALLBACK Strip(char* text, char* name, D3DDEVICEDESC7* description, void* context) {
+  static HRESULT CALLBACK Strip(char* text, char* name, D3DDEVICEDESC7* description,
+                                void* context) {
     D3DDEVICEDESC7 stripped = *description;
     stripped.dpcTriCaps.dwTextureFilterCaps &= ~static_cast<DWORD>(
         D3DPTFILTERCAPS_MIPNEAREST | D3DPTFILTERCAPS_MIPLINEAR | D3DPTFILTERCAPS_LINEARMIPNEAREST |
@@ -334,7 +335,8 @@ TEST_F(Texture, OddLevelsAreFilledToTheirEdges) {
   texture.GenerateMipMaps();
   const auto last = MipLevel(texture.GetSurface(), 3);
   ASSERT_TRUE(last);
-  EXPECT_TRUE(PixelsNear(ReadSurface(last.get()), support::Render(31, 41, support::Flat(0x336699))));
+  EXPECT_TRUE(
+      PixelsNear(ReadSurface(last.get()), support::Render(31, 41, support::Flat(0x336699))));
 }
 
 TEST_F(Texture, ALevelOfAnotherDepthStaysAsItIs) {
@@ -442,8 +444,9 @@ TEST_F(DdsTexture, AllLevelsOfAFileReachTheTexture) {
     for (int level = 0; level < 3; ++level) {
       const auto surface = MipLevel(texture.GetSurface(), level);
       ASSERT_TRUE(surface) << "level " << level;
-      EXPECT_TRUE(PixelsNear(ReadSurface(surface.get()),
-                             support::Render(64 >> level, 32 >> level, support::Flat(colours[level]))))
+      EXPECT_TRUE(
+          PixelsNear(ReadSurface(surface.get()),
+                     support::Render(64 >> level, 32 >> level, support::Flat(colours[level]))))
           << "level " << level << " flags " << flags;
     }
   }
@@ -604,7 +607,8 @@ TEST_F(DdsTexture, DamagedDescriptionsOnlyThrow) {
   for (int round = 0; round < 300; ++round) {
     Bytes file = whole;
     for (int changes = 0; changes < 3; ++changes)
-      file[4 + random() % 124] = static_cast<unsigned char>(random() % 4 ? 1u << random() % 8 : random());
+      file[4 + random() % 124] =
+          static_cast<unsigned char>(random() % 4 ? 1u << random() % 8 : random());
     if (ErrorOfBytes(file) == "nothing thrown") ++loaded;
   }
   EXPECT_GT(loaded, 0);

@@ -37,7 +37,8 @@ TEST_F(Append, MembersReadBackAndTheProgramKeepsItsBytes) {
   const Bytes before = support::ReadWholeFile(Program());
   const RunResult run = Run(target);
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_THAT(run.out, HasSubstr("2 members in \"skin\" behind " + std::to_string(before.size()) + " bytes"));
+  EXPECT_THAT(run.out, HasSubstr("2 members in \"skin\" behind " + std::to_string(before.size()) +
+                                 " bytes"));
   EXPECT_THAT(NamesIn(target, "skin"), ElementsAre("menuskin.jpg", "toggle_mask_3.bmp"));
   EXPECT_EQ(MemberOf(target, "skin", "MENUSKIN.JPG"), BytesOf("the window"));
   EXPECT_EQ(MemberOf(target, "skin", "toggle_mask_3.bmp"), BytesOf("the mask"));
@@ -54,7 +55,8 @@ TEST_F(Append, ProgramStillRuns) {
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   std::string line = "\"" + target + "\" --gtest_filter=None.None";
-  ASSERT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup, &process));
+  ASSERT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
+                             nullptr, nullptr, &startup, &process));
   EXPECT_EQ(WaitForSingleObject(process.hProcess, 100'000), WAIT_OBJECT_0);
   DWORD code = 99;
   GetExitCodeProcess(process.hProcess, &code);
@@ -105,7 +107,8 @@ TEST_F(Append, BundleItselfIsNoTarget) {
 
 TEST_F(Append, ForeignBundleBehindTheTargetIsNotCutOff) {
   // A gap before the directory: nobody knows whose those bytes are.
-  const Bytes file = support::BundleWriter().Category("skin").MemberClaiming("a", 3, 2).Build(BytesOf("MZ program"));
+  const Bytes file = support::BundleWriter().Category("skin").MemberClaiming("a", 3, 2).Build(
+      BytesOf("MZ program"));
   temp.Write("program.exe", file);
   const RunResult run = Run(target, {"--replace"});
   EXPECT_EQ(run.exitCode, 1);
@@ -116,18 +119,21 @@ TEST_F(Append, ForeignBundleBehindTheTargetIsNotCutOff) {
 TEST_F(Append, FailureKeepsTheTargetWhole) {
   temp.Write("program.exe", BytesOf("MZ any program"));
   const std::string locked = in + "\\menuskin.jpg";
-  const HANDLE lock = CreateFileA(locked.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE lock =
+      CreateFileA(locked.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(lock, INVALID_HANDLE_VALUE);
   const RunResult run = Run(target);
   CloseHandle(lock);
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("menuskin.jpg"));
   EXPECT_EQ(support::ReadWholeFile(target), BytesOf("MZ any program"));
-  EXPECT_THAT(TreeOf(temp.Path()), ElementsAre("in", "in/menuskin.jpg", "in/toggle_mask_3.bmp", "program.exe"));
+  EXPECT_THAT(TreeOf(temp.Path()),
+              ElementsAre("in", "in/menuskin.jpg", "in/toggle_mask_3.bmp", "program.exe"));
 }
 
 TEST_F(Append, ProgramThatRunsKeepsItsBytes) {
-  const HANDLE lock = CreateFileA(Program().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE lock = CreateFileA(Program().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, 0, nullptr);
   const Bytes before = support::ReadWholeFile(target);
   const RunResult run = Run(target);
   CloseHandle(lock);
@@ -141,7 +147,8 @@ TEST_F(Append, MissingTargetAndEmptyFolderAreErrors) {
   EXPECT_EQ(missing.exitCode, 1);
   EXPECT_THAT(missing.err, HasSubstr("missing.exe"));
   temp.Write("program.exe", BytesOf("MZ"));
-  const RunResult empty = RunMakeBundle({"append", target, "--category", "skin", temp.MakeFolder("empty")});
+  const RunResult empty =
+      RunMakeBundle({"append", target, "--category", "skin", temp.MakeFolder("empty")});
   EXPECT_EQ(empty.exitCode, 1);
   EXPECT_THAT(empty.err, HasSubstr("no file in this folder"));
 }

@@ -14,7 +14,9 @@ using testing::IsEmpty;
 
 class Extract : public MakeBundleTest {
  protected:
-  std::string WriteBundle(const support::BundleWriter& writer) const { return temp.Write("in\\a.bdl", writer.Build()); }
+  std::string WriteBundle(const support::BundleWriter& writer) const {
+    return temp.Write("in\\a.bdl", writer.Build());
+  }
   std::vector<std::string> Extracted() const { return TreeOf(target); }
   std::string target = Path("to");
 };
@@ -28,15 +30,22 @@ TEST_F(Extract, PackedFilesComeBackByteForByte) {
   const RunResult run = RunMakeBundle({"extract", out, target});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("7 members extracted"));
-  EXPECT_EQ(support::ReadWholeFile(target + "\\image\\a.jpg"), support::ReadWholeFile(Fixture("blocks.jpg")));
-  EXPECT_EQ(support::ReadWholeFile(target + "\\image\\b \xE9.png"), support::ReadWholeFile(Fixture("plain.png")));
-  EXPECT_EQ(support::ReadWholeFile(target + "\\music\\tone.mp3"), support::ReadWholeFile(Fixture("tone.mp3")));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\image\\a.jpg"),
+            support::ReadWholeFile(Fixture("blocks.jpg")));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\image\\b \xE9.png"),
+            support::ReadWholeFile(Fixture("plain.png")));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\music\\tone.mp3"),
+            support::ReadWholeFile(Fixture("tone.mp3")));
   EXPECT_EQ(support::ReadWholeFile(target + "\\dims\\a.jpg"), MemberOf(out, "dims", "a.jpg"));
 }
 
 TEST_F(Extract, OneCategoryOrMemberCanBeAskedFor) {
-  const std::string bundle = WriteBundle(
-      support::BundleWriter().Category("one").Member("a", "1").Member("b", "2").Category("two").Member("a", "3"));
+  const std::string bundle = WriteBundle(support::BundleWriter()
+                                             .Category("one")
+                                             .Member("a", "1")
+                                             .Member("b", "2")
+                                             .Category("two")
+                                             .Member("a", "3"));
   EXPECT_EQ(RunMakeBundle({"extract", bundle, target, "ONE/B"}).exitCode, 0);
   EXPECT_THAT(Extracted(), ElementsAre("one", "one/b"));
   EXPECT_EQ(RunMakeBundle({"extract", bundle, target, "two"}).exitCode, 0);
@@ -54,13 +63,15 @@ TEST_F(Extract, WhatIsNotThereIsAnErrorThatNamesIt) {
 }
 
 TEST_F(Extract, EmptyMembersAndCategoriesAreNoTrouble) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category("empty").Category("one").Member("nothing", ""));
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category("empty").Category("one").Member("nothing", ""));
   EXPECT_EQ(RunMakeBundle({"extract", bundle, target}).exitCode, 0);
   EXPECT_THAT(support::ReadWholeFile(target + "\\one\\nothing"), IsEmpty());
 }
 
 TEST_F(Extract, FilesThatAreThereStayUnlessAskedFor) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category("one").Member("a", "new").Member("b", "b"));
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category("one").Member("a", "new").Member("b", "b"));
   temp.MakeFolder("to");
   temp.MakeFolder("to\\one");
   temp.Write("to\\one\\a", BytesOf("old"));
@@ -68,23 +79,43 @@ TEST_F(Extract, FilesThatAreThereStayUnlessAskedFor) {
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("--overwrite"));
   EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a"), BytesOf("old"));
-  EXPECT_EQ(support::ReadWholeFile(target + "\\one\\b"), BytesOf("b")) << "the others are extracted all the same";
+  EXPECT_EQ(support::ReadWholeFile(target + "\\one\\b"), BytesOf("b"))
+      << "the others are extracted all the same";
   EXPECT_EQ(RunMakeBundle({"extract", bundle, target, "--overwrite"}).exitCode, 0);
   EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a"), BytesOf("new"));
 }
 
-const char* const kHostileNames[] = {
-    "..\\evil", "../evil", "..\\..\\evil", "\\evil", "/evil", "C:\\evil", "C:evil", "\\\\?\\C:\\evil", "sub\\evil", "sub/evil",
-    ".", "..", "NUL", "con.jpg", "COM1", "a:stream", "evil.", "evil ", "a\nb", "a*"};
+const char* const kHostileNames[] = {"..\\evil",
+                                     "../evil",
+                                     "..\\..\\evil",
+                                     "\\evil",
+                                     "/evil",
+                                     "C:\\evil",
+                                     "C:evil",
+                                     "\\\\?\\C:\\evil",
+                                     "sub\\evil",
+                                     "sub/evil",
+                                     ".",
+                                     "..",
+                                     "NUL",
+                                     "con.jpg",
+                                     "COM1",
+                                     "a:stream",
+                                     "evil.",
+                                     "evil ",
+                                     "a\nb",
+                                     "a*"};
 
 class HostileName : public Extract, public testing::WithParamInterface<std::size_t> {
  protected:
   std::string name = kHostileNames[GetParam()];
 };
-INSTANTIATE_TEST_SUITE_P(Extract, HostileName, testing::Range<std::size_t>(0, std::size(kHostileNames)));
+INSTANTIATE_TEST_SUITE_P(Extract, HostileName,
+                         testing::Range<std::size_t>(0, std::size(kHostileNames)));
 
 TEST_P(HostileName, OfAMemberLeavesTheFolderAlone) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category("one").Member(name, "evil").Member("good", "g"));
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category("one").Member(name, "evil").Member("good", "g"));
   const std::vector<std::string> before = TreeOf(temp.Path());
   const RunResult run = RunMakeBundle({"extract", bundle, target});
   EXPECT_EQ(run.exitCode, 1);
@@ -94,7 +125,8 @@ TEST_P(HostileName, OfAMemberLeavesTheFolderAlone) {
 }
 
 TEST_P(HostileName, OfACategoryLeavesTheFolderAlone) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category(name).Member("evil", "evil"));
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category(name).Member("evil", "evil"));
   const std::vector<std::string> before = TreeOf(temp.Path());
   const RunResult run = RunMakeBundle({"extract", bundle, target});
   EXPECT_EQ(run.exitCode, 1);
@@ -108,13 +140,16 @@ TEST_F(Extract, EmptyNamesAreRefused) {
 }
 
 TEST_F(Extract, ControlCharactersOfANameDoNotReachTheTerminal) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category("one").Member("a\x1B[2Jb", "x"));
-  for (const RunResult& run : {RunMakeBundle({"extract", bundle, target}), RunMakeBundle({"list", bundle})})
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category("one").Member("a\x1B[2Jb", "x"));
+  for (const RunResult& run :
+       {RunMakeBundle({"extract", bundle, target}), RunMakeBundle({"list", bundle})})
     EXPECT_EQ((run.out + run.err).find('\x1B'), std::string::npos);
 }
 
 TEST_F(Extract, MemberThatIsNotThereWholeIsAnError) {
-  const std::string bundle = WriteBundle(support::BundleWriter().Category("one").MemberClaiming("a", 0, 100000).Member("b", "b"));
+  const std::string bundle = WriteBundle(
+      support::BundleWriter().Category("one").MemberClaiming("a", 0, 100000).Member("b", "b"));
   const RunResult run = RunMakeBundle({"extract", bundle, target});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, AllOf(HasSubstr("a"), HasSubstr("can't be read")));
@@ -129,13 +164,14 @@ TEST_F(List, ShowsPlacesSizesDimsAndCaptions) {
   ASSERT_EQ(RunPack({"--focus", temp.Write("focus.txt", BytesOf("a.jpg y"))}).exitCode, 0);
   const RunResult run = RunMakeBundle({"list", out});
   EXPECT_EQ(run.exitCode, 0);
-  EXPECT_THAT(run.out, AllOf(HasSubstr("4 categories, 3 members"), HasSubstr("[image]"), HasSubstr("[music]"),
-                             HasSubstr("a.jpg  64 x 48, focus y, of a.jpg"),
+  EXPECT_THAT(run.out, AllOf(HasSubstr("4 categories, 3 members"), HasSubstr("[image]"),
+                             HasSubstr("[music]"), HasSubstr("a.jpg  64 x 48, focus y, of a.jpg"),
                              HasSubstr("a.jpg  \"Salt & pepper / second line\", of a.jpg")));
 }
 
 TEST_F(List, FileThatIsNoBundleIsAnErrorThatSaysWhy) {
-  const RunResult text = RunMakeBundle({"list", temp.Write("in\\x.bdl", BytesOf("This is no bundle at all."))});
+  const RunResult text =
+      RunMakeBundle({"list", temp.Write("in\\x.bdl", BytesOf("This is no bundle at all."))});
   EXPECT_EQ(text.exitCode, 1);
   EXPECT_THAT(text.err, AllOf(HasSubstr("x.bdl"), HasSubstr("no bundle")));
   const RunResult missing = RunMakeBundle({"list", Path("missing.bdl")});

@@ -13,7 +13,8 @@ constexpr DWORD kRunLimit = 100'000;  // ms
 // What the child writes goes to a file, so that it never waits for a reader.
 KernelHandle InheritableFile(const std::string& path) {
   SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-  return KernelHandle(CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr));
+  return KernelHandle(CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                                  CREATE_ALWAYS, 0, nullptr));
 }
 
 std::string ReadLines(const std::string& path) {
@@ -36,7 +37,8 @@ std::wstring Quoted(const std::wstring& word) {
   return quoted.append(backslashes, L'\\') + L'"';
 }
 
-void AddTree(const std::string& folder, const std::string& prefix, std::vector<std::string>& names) {
+void AddTree(const std::string& folder, const std::string& prefix,
+             std::vector<std::string>& names) {
   WIN32_FIND_DATAW entry{};
   const HANDLE search = FindFirstFileW(WideFromUtf8(folder + "\\*").c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return;
@@ -44,7 +46,8 @@ void AddTree(const std::string& folder, const std::string& prefix, std::vector<s
     const std::string name = Utf8FromWide(entry.cFileName);
     if (name == "." || name == "..") continue;
     names.push_back(prefix + name);
-    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) AddTree(folder + "\\" + name, prefix + name + "/", names);
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+      AddTree(folder + "\\" + name, prefix + name + "/", names);
   } while (FindNextFileW(search, &entry));
   FindClose(search);
 }
@@ -61,7 +64,8 @@ RunResult RunMakeBundle(const std::vector<std::string>& arguments) {
   const support::TempFolder output;
   RunResult result;
   {
-    const KernelHandle out = InheritableFile(output.File("out")), err = InheritableFile(output.File("err"));
+    const KernelHandle out = InheritableFile(output.File("out")),
+                       err = InheritableFile(output.File("err"));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -69,7 +73,8 @@ RunResult RunMakeBundle(const std::vector<std::string>& arguments) {
     startup.hStdError = err.get();
     PROCESS_INFORMATION process{};
     std::wstring line = MakeBundleCommandLine(arguments);
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                        &process)) {
       ADD_FAILURE() << "can't start MakeBundle.exe: error " << GetLastError();
       return result;
     }
@@ -88,7 +93,9 @@ RunResult RunMakeBundle(const std::vector<std::string>& arguments) {
   return result;
 }
 
-std::string Fixture(const std::string& name) { return std::string(MAKEBUNDLE_FIXTURES) + "/" + name; }
+std::string Fixture(const std::string& name) {
+  return std::string(MAKEBUNDLE_FIXTURES) + "/" + name;
+}
 
 void CopyFixture(const std::string& name, const std::string& path) {
   if (!CopyFileW(WideFromUtf8(Fixture(name)).c_str(), WideFromUtf8(path).c_str(), TRUE))
@@ -103,7 +110,8 @@ support::Pixels RawFixture(const std::string& name, int width, int height) {
     return pixels;
   }
   for (std::size_t n = 0; n < pixels.colours.size(); ++n)
-    pixels.colours[n] = static_cast<std::uint32_t>(raw[n * 3] << 16 | raw[n * 3 + 1] << 8 | raw[n * 3 + 2]);
+    pixels.colours[n] =
+        static_cast<std::uint32_t>(raw[n * 3] << 16 | raw[n * 3 + 1] << 8 | raw[n * 3 + 2]);
   return pixels;
 }
 

@@ -50,7 +50,8 @@ TEST_F(Pack, MakesTheFourCategories) {
 }
 
 TEST_F(Pack, UprightPicturesStayAsTheyAreByteForByte) {
-  for (const char* kind : {"plain.png", "plain.gif", "plain.bmp", "plain.webp", "plain.tiff"}) Picture(kind, kind);
+  for (const char* kind : {"plain.png", "plain.gif", "plain.bmp", "plain.webp", "plain.tiff"})
+    Picture(kind, kind);
   Picture("blocks.jpg", "blocks-1.jpg");
   ASSERT_EQ(RunPack().exitCode, 0);
   for (const char* kind : {"plain.png", "plain.gif", "plain.bmp", "plain.webp", "plain.tiff"}) {
@@ -77,12 +78,14 @@ TEST_F(Pack, FoldersAndHiddenFilesArePassedOverWithANote) {
   SetFileAttributesA((in + "\\secret.jpg").c_str(), FILE_ATTRIBUTE_HIDDEN);
   const RunResult run = RunPack();
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_THAT(run.err, AllOf(HasSubstr("below: passed over, a folder"), HasSubstr("secret.jpg: passed over, a hidden file")));
+  EXPECT_THAT(run.err, AllOf(HasSubstr("below: passed over, a folder"),
+                             HasSubstr("secret.jpg: passed over, a hidden file")));
   EXPECT_THAT(NamesIn(out, "image"), ElementsAre("a.jpg"));
 }
 
 TEST_F(Pack, NamesGoInPeoplesOrder) {
-  for (const char* name : {"img 10.jpg", "IMG 9.jpg", "img 1.jpg", "Zoo.png", "apple.jpg"}) Picture(name, "blocks.jpg");
+  for (const char* name : {"img 10.jpg", "IMG 9.jpg", "img 1.jpg", "Zoo.png", "apple.jpg"})
+    Picture(name, "blocks.jpg");
   ASSERT_EQ(RunPack().exitCode, 0);
   const auto order = ElementsAre("apple.jpg", "img 1.jpg", "IMG 9.jpg", "img 10.jpg", "Zoo.png");
   EXPECT_THAT(NamesIn(out, "image"), order);
@@ -97,12 +100,14 @@ TEST_F(Pack, DateOrderPutsUndatedPicturesLast) {
 }
 
 TEST_F(Pack, OddNamesStayAsTheyAre) {
-  for (const char* name : {"with blank.jpg", "#1 & 'more'!.jpg", "no extension", "caf\xC3\xA9.jpg", "-dash.jpg"})
+  for (const char* name :
+       {"with blank.jpg", "#1 & 'more'!.jpg", "no extension", "caf\xC3\xA9.jpg", "-dash.jpg"})
     Picture(name, "blocks.jpg");
   const RunResult run = RunPack();
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_THAT(NamesIn(out, "image"), testing::UnorderedElementsAre("with blank.jpg", "#1 & 'more'!.jpg", "no extension",
-                                                                   "caf\xE9.jpg", "-dash.jpg"));
+  EXPECT_THAT(NamesIn(out, "image"),
+              testing::UnorderedElementsAre("with blank.jpg", "#1 & 'more'!.jpg", "no extension",
+                                            "caf\xE9.jpg", "-dash.jpg"));
   EXPECT_EQ(DimsIn(out, "caf\xE9.jpg").name, "caf\xE9.jpg");
 }
 
@@ -124,7 +129,8 @@ TEST_F(Pack, NamesThatDifferInCaseOnlyAreAnError) {
 }
 
 TEST_F(Pack, NameThatStartsWithAQuestionMarkIsAnError) {
-  const RunResult run = RunMakeBundle({"pack", out, "--pictures", std::string(MAKEBUNDLE_FIXTURES) + "/question-mark"});
+  const RunResult run = RunMakeBundle(
+      {"pack", out, "--pictures", std::string(MAKEBUNDLE_FIXTURES) + "/question-mark"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("?a.jpg"));
 }
@@ -161,7 +167,8 @@ class EveryOrientation : public MakeBundleTest, public testing::WithParamInterfa
     const int width = swapped ? picture.height : picture.width;
     const int height = swapped ? picture.width : picture.height;
     stored = MemberOf(out, "image", "a.jpg");
-    EXPECT_TRUE(support::PixelsNear(Decoded(stored), RawFixture(name + ".rgb", width, height), tolerance));
+    EXPECT_TRUE(
+        support::PixelsNear(Decoded(stored), RawFixture(name + ".rgb", width, height), tolerance));
     EXPECT_EQ(DimsIn(out, "a.jpg").width, static_cast<std::uint32_t>(width));
     EXPECT_EQ(DimsIn(out, "a.jpg").height, static_cast<std::uint32_t>(height));
     EXPECT_EQ(RunMakeBundle({"verify", out}).err, "") << "no orientation must be left";
@@ -174,7 +181,9 @@ INSTANTIATE_TEST_SUITE_P(Pack, EveryOrientation, testing::Range(1, 9));
 TEST_P(EveryOrientation, WholeBlocksComeOutUpright) {
   ExpectUpright({"blocks", 64, 48}, 6);
   EXPECT_THAT(run.err, Not(HasSubstr("saved anew")));
-  EXPECT_EQ(run.out.find("1 picture turned upright without loss") != std::string::npos, GetParam() != 1) << run.out;
+  EXPECT_EQ(run.out.find("1 picture turned upright without loss") != std::string::npos,
+            GetParam() != 1)
+      << run.out;
 }
 
 TEST_P(EveryOrientation, PartsOfBlocksComeOutUpright) { ExpectUpright({"uneven", 61, 47}, 10); }
@@ -187,7 +196,8 @@ Bytes TransformedBy(int operation, const Bytes& jpeg) {
   transform.options = TJXOPT_PERFECT | TJXOPT_COPYNONE;
   unsigned char* data = nullptr;
   unsigned long size = 0;
-  const int failed = tjTransform(codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()), 1, &data, &size, &transform, 0);
+  const int failed = tjTransform(codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()), 1,
+                                 &data, &size, &transform, 0);
   EXPECT_EQ(failed, 0);
   const Bytes result(data, data + size);
   tjFree(data);
@@ -196,10 +206,12 @@ Bytes TransformedBy(int operation, const Bytes& jpeg) {
 }
 
 TEST_P(EveryOrientation, WholeBlocksLoseNothing) {
-  constexpr int kWayBack[] = {TJXOP_NONE,      TJXOP_NONE,   TJXOP_HFLIP,      TJXOP_ROT180, TJXOP_VFLIP,
-                              TJXOP_TRANSPOSE, TJXOP_ROT270, TJXOP_TRANSVERSE, TJXOP_ROT90};
+  constexpr int kWayBack[] = {TJXOP_NONE,   TJXOP_NONE,       TJXOP_HFLIP,
+                              TJXOP_ROT180, TJXOP_VFLIP,      TJXOP_TRANSPOSE,
+                              TJXOP_ROT270, TJXOP_TRANSVERSE, TJXOP_ROT90};
   ExpectUpright({"blocks", 64, 48}, 6);
-  const Bytes original = support::ReadWholeFile(Fixture("blocks-" + std::to_string(GetParam()) + ".jpg"));
+  const Bytes original =
+      support::ReadWholeFile(Fixture("blocks-" + std::to_string(GetParam()) + ".jpg"));
   EXPECT_EQ(TransformedBy(kWayBack[GetParam()], stored), TransformedBy(TJXOP_NONE, original));
 }
 
@@ -212,14 +224,20 @@ TEST_F(Pack, PartsOfBlocksAreSavedAnewWithANote) {
   int width = 0, height = 0, sampling = 0, colours = 0;
   const Bytes jpeg = MemberOf(out, "image", "a.jpg");
   tjhandle codec = tjInitDecompress();
-  tjDecompressHeader3(codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()), &width, &height, &sampling, &colours);
+  tjDecompressHeader3(codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()), &width, &height,
+                      &sampling, &colours);
   tjDestroy(codec);
   EXPECT_EQ(sampling, TJSAMP_444);
 }
 
 TEST_F(Pack, EveryKindOfJpegIsTurned) {
-  const Turned kinds[] = {{"full", 72, 40}, {"wide", 64, 48}, {"progressive", 64, 48}, {"gray", 64, 48}, {"cmyk", 64, 48}};
-  for (const Turned& kind : kinds) Picture(std::string(kind.name) + ".jpg", std::string(kind.name) + ".jpg");
+  const Turned kinds[] = {{"full", 72, 40},
+                          {"wide", 64, 48},
+                          {"progressive", 64, 48},
+                          {"gray", 64, 48},
+                          {"cmyk", 64, 48}};
+  for (const Turned& kind : kinds)
+    Picture(std::string(kind.name) + ".jpg", std::string(kind.name) + ".jpg");
   const RunResult run = RunPack();
   ASSERT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("5 pictures turned upright without loss"));
@@ -237,7 +255,9 @@ TEST_F(Pack, OtherFormatsAreTurnedToo) {
   ASSERT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("3 pictures turned upright and saved anew"));
   for (const char* name : {"turned.png", "turned.webp", "turned.tiff"}) {
-    EXPECT_TRUE(support::PixelsNear(Decoded(MemberOf(out, "image", name)), RawFixture("turned.rgb", 30, 40), 10)) << name;
+    EXPECT_TRUE(support::PixelsNear(Decoded(MemberOf(out, "image", name)),
+                                    RawFixture("turned.rgb", 30, 40), 10))
+        << name;
     EXPECT_EQ(DimsIn(out, name).width, 30u);
   }
 }
@@ -253,7 +273,8 @@ TEST_F(Pack, CaptionStandsInTheTextFileBesideThePicture) {
   EXPECT_EQ(run.err, "");
   EXPECT_THAT(run.out, HasSubstr("2 pictures, 1 caption,"));
   EXPECT_EQ(CaptionIn(out, "a.jpg"), "A mill\r\nby the caf\xE9");
-  EXPECT_EQ(CaptionIn(out, "b.jpg"), "") << "a picture without a caption has an empty record of its own";
+  EXPECT_EQ(CaptionIn(out, "b.jpg"), "")
+      << "a picture without a caption has an empty record of its own";
 }
 
 TEST_F(Pack, AmpersandIsStoredAsTheShowDrawsIt) {
@@ -274,7 +295,11 @@ TEST_F(Pack, CharactersBeyondTheCodePageAreToldOf) {
 
 TEST_F(Pack, CaptionThatIsNotUtf8IsAnErrorThatNamesTheFile) {
   Picture("a.jpg", "blocks.jpg");
-  for (const std::string& text : {std::string("caf\xE9"), std::string("\xFF\xFE" "a\0", 4), std::string("a\0b", 3)}) {
+  for (const std::string& text : {std::string("caf\xE9"),
+                                  std::string("\xFF\xFE"
+                                              "a\0",
+                                              4),
+                                  std::string("a\0b", 3)}) {
     Text("a.txt", text);
     const RunResult run = RunPack();
     EXPECT_EQ(run.exitCode, 1);
@@ -297,7 +322,9 @@ TEST_F(Pack, CaptionsFromPicturesComeOnlyIfAskedFor) {
 }
 
 TEST_F(Pack, CaptionsFromPicturesAreReadFromIptcAndExif) {
-  for (const char* name : {"exif.jpg", "iptc.jpg", "both.jpg", "comment.jpg", "utf8.jpg", "latin.jpg"}) Picture(name, name);
+  for (const char* name :
+       {"exif.jpg", "iptc.jpg", "both.jpg", "comment.jpg", "utf8.jpg", "latin.jpg"})
+    Picture(name, name);
   Picture("own.jpg", "exif.jpg");
   Text("own.txt", "From the text file");
   const RunResult run = RunPack({"--captions-from-picture"});
@@ -315,10 +342,12 @@ TEST_F(Pack, CaptionsFromPicturesAreReadFromIptcAndExif) {
 
 TEST_F(Pack, FocusFileSetsTheFlags) {
   for (const char* name : {"a b.jpg", "c.jpg", "d.jpg", "e.jpg"}) Picture(name, "blocks.jpg");
-  const std::string focus = temp.Write("focus.txt", BytesOf("# drift\n\nA B.jpg x\r\nc.jpg y\nd.jpg xy\n"));
+  const std::string focus =
+      temp.Write("focus.txt", BytesOf("# drift\n\nA B.jpg x\r\nc.jpg y\nd.jpg xy\n"));
   const RunResult run = RunPack({"--focus", focus});
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  const SlideDims x = DimsIn(out, "a b.jpg"), y = DimsIn(out, "c.jpg"), both = DimsIn(out, "d.jpg"), none = DimsIn(out, "e.jpg");
+  const SlideDims x = DimsIn(out, "a b.jpg"), y = DimsIn(out, "c.jpg"), both = DimsIn(out, "d.jpg"),
+                  none = DimsIn(out, "e.jpg");
   EXPECT_TRUE(x.focusXOnly && !x.focusYOnly);
   EXPECT_TRUE(!y.focusXOnly && y.focusYOnly);
   EXPECT_FALSE(both.focusXOnly || both.focusYOnly || none.focusXOnly || none.focusYOnly);
@@ -376,12 +405,15 @@ TEST_F(Pack, FolderWithoutMusicIsAnError) {
 TEST_F(Pack, MoreThanFourGigabytesAreRefused) {
   Picture("a.jpg", "blocks.jpg");
   const std::string music = temp.MakeFolder("music");
-  const std::string path = temp.Write("music\\long.ogg", BytesOf("OggS and then a hole, so that no disk is filled"));
+  const std::string path =
+      temp.Write("music\\long.ogg", BytesOf("OggS and then a hole, so that no disk is filled"));
   {
-    const KernelHandle file(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const KernelHandle file(
+        CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     LARGE_INTEGER size{};
     size.QuadPart = 0x100000000;
-    ASSERT_TRUE(SetFilePointerEx(file.get(), size, nullptr, FILE_BEGIN) && SetEndOfFile(file.get()));
+    ASSERT_TRUE(SetFilePointerEx(file.get(), size, nullptr, FILE_BEGIN) &&
+                SetEndOfFile(file.get()));
   }
   const RunResult run = RunPack({"--music", music});
   EXPECT_EQ(run.exitCode, 1);
@@ -424,7 +456,8 @@ TEST_F(Pack, SkipBadLeavesDamagedPicturesOutWithAWarning) {
   Picture("a.jpg", "blocks.jpg");
   Picture("b.jpg", "cut.jpg");
   Picture("c.jpg", "blocks.jpg");
-  const RunResult run = RunPack({"--skip-bad", "--focus", temp.Write("focus.txt", BytesOf("b.jpg x\nc.jpg y\n"))});
+  const RunResult run =
+      RunPack({"--skip-bad", "--focus", temp.Write("focus.txt", BytesOf("b.jpg x\nc.jpg y\n"))});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.err, AllOf(HasSubstr("warning: "), HasSubstr("b.jpg")));
   EXPECT_THAT(run.out, AllOf(HasSubstr("2 pictures"), HasSubstr("1 damaged picture left out")));
@@ -468,7 +501,8 @@ class StalledRun {
     startup.hStdError = write;
     PROCESS_INFORMATION process{};
     std::wstring line = MakeBundleCommandLine(arguments);
-    CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                   &process);
     CloseHandle(process.hThread);
     process_.reset(process.hProcess);
   }
@@ -503,8 +537,9 @@ TEST_F(Pack, KilledInTheMiddleItLeavesTheOldFileAndNothingElse) {
   ASSERT_TRUE(support::WaitFor([&] { return SizeOf(out + ".part") > 0 || !run.IsRunning(); }));
   EXPECT_EQ(run.Kill(77), 77u) << "it had ended before it was killed";
   EXPECT_EQ(support::ReadWholeFile(out), before);
-  EXPECT_TRUE(support::WaitFor([&] { return GetFileAttributesA((out + ".part").c_str()) == INVALID_FILE_ATTRIBUTES; }))
-      << "the half-written file is left behind";
+  EXPECT_TRUE(support::WaitFor([&] {
+    return GetFileAttributesA((out + ".part").c_str()) == INVALID_FILE_ATTRIBUTES;
+  })) << "the half-written file is left behind";
 }
 
 TEST_F(Pack, FileLeftBesideByAnEarlierRunIsNoHindrance) {
@@ -546,8 +581,12 @@ TEST(CommandLine, HelpGoesToStandardOutput) {
 }
 
 TEST(CommandLine, WrongUsageEndsWithTwo) {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{}, {"fold"}, {"pack"}, {"pack", "out.bdl"}, {"list"}, {"pack", "o", "--pictures", "i", "--no"}}) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                    {"fold"},
+                                                    {"pack"},
+                                                    {"pack", "out.bdl"},
+                                                    {"list"},
+                                                    {"pack", "o", "--pictures", "i", "--no"}}) {
     const RunResult run = RunMakeBundle(arguments);
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.out, "");

@@ -12,7 +12,9 @@ using testing::HasSubstr;
 
 class Verify : public MakeBundleTest {
  protected:
-  RunResult Check(const Bytes& file) const { return RunMakeBundle({"verify", temp.Write("a.bdl", file)}); }
+  RunResult Check(const Bytes& file) const {
+    return RunMakeBundle({"verify", temp.Write("a.bdl", file)});
+  }
   void ExpectProblem(const Bytes& file, const std::string& text) const {
     const RunResult run = Check(file);
     EXPECT_EQ(run.exitCode, 1);
@@ -50,17 +52,26 @@ TEST_F(Verify, RecordWithoutFlagsIsGood) {
 }
 
 TEST_F(Verify, SkinBundleBehindAProgramIsGood) {
-  const Bytes program = support::BundleWriter().Category("skin").Member("menuskin.jpg", parts.picture).Build(BytesOf("MZ program"));
+  const Bytes program = support::BundleWriter()
+                            .Category("skin")
+                            .Member("menuskin.jpg", parts.picture)
+                            .Build(BytesOf("MZ program"));
   EXPECT_EQ(Check(program).exitCode, 0);
 }
 
 TEST_F(Verify, SkinPictureThatCannotBeDecodedIsTold) {
-  ExpectProblem(support::BundleWriter().Category("skin").Member("menuskin.jpg", "any").Build(BytesOf("MZ program")), "skin/menuskin.jpg");
+  ExpectProblem(support::BundleWriter()
+                    .Category("skin")
+                    .Member("menuskin.jpg", "any")
+                    .Build(BytesOf("MZ program")),
+                "skin/menuskin.jpg");
 }
 
 // --- Trailer and directory ---
 
-TEST_F(Verify, FileWithoutRoomForATrailerIsTold) { ExpectProblem(BytesOf("abc"), "shorter than a bundle's trailer"); }
+TEST_F(Verify, FileWithoutRoomForATrailerIsTold) {
+  ExpectProblem(BytesOf("abc"), "shorter than a bundle's trailer");
+}
 TEST_F(Verify, EmptyFileIsTold) { ExpectProblem({}, "shorter than a bundle's trailer"); }
 TEST_F(Verify, CutFileIsTold) {
   Bytes file = Bundle(parts);
@@ -68,49 +79,79 @@ TEST_F(Verify, CutFileIsTold) {
   EXPECT_EQ(Check(file).exitCode, 1);
 }
 TEST_F(Verify, TrailerThatPointsPastTheEndIsTold) {
-  ExpectProblem(support::BundleWriter().Category("image").Trailer(0x7FFFFFFF).Build(), "2147483647");
+  ExpectProblem(support::BundleWriter().Category("image").Trailer(0x7FFFFFFF).Build(),
+                "2147483647");
 }
 TEST_F(Verify, DirectoryThatStartsWithAMemberIsTold) {
   ExpectProblem(support::BundleWriter().Member("a", "x").Build(), "doesn't start with a category");
 }
 TEST_F(Verify, NameWithoutItsEndIsTold) {
-  ExpectProblem(support::BundleWriter().Category("image").RawRecord(BytesOf("endless")).Build(), "past the end of the directory");
+  ExpectProblem(support::BundleWriter().Category("image").RawRecord(BytesOf("endless")).Build(),
+                "past the end of the directory");
 }
 TEST_F(Verify, NumbersCutShortAreTold) {
-  ExpectProblem(support::BundleWriter().Category("image").RawRecord({'a', 0, 1, 0, 0}).Build(), "past the end of the directory");
+  ExpectProblem(support::BundleWriter().Category("image").RawRecord({'a', 0, 1, 0, 0}).Build(),
+                "past the end of the directory");
 }
 
 TEST_F(Verify, NumbersThatAreMissingWholeAreTold) {
-  ExpectProblem(support::BundleWriter().Category("image").RawRecord({'a', 0}).Build(), "past the end of the directory");
+  ExpectProblem(support::BundleWriter().Category("image").RawRecord({'a', 0}).Build(),
+                "past the end of the directory");
 }
 
 // --- Members ---
 
 TEST_F(Verify, MemberPastTheEndIsTold) {
-  ExpectProblem(support::BundleWriter().Category("skin").MemberClaiming("far", 5, 0xFFFFFFFF).Build(), "skin/far");
+  ExpectProblem(
+      support::BundleWriter().Category("skin").MemberClaiming("far", 5, 0xFFFFFFFF).Build(),
+      "skin/far");
 }
 TEST_F(Verify, MemberThatReachesIntoTheDirectoryIsTold) {
-  ExpectProblem(support::BundleWriter().Category("skin").Member("a", "12345").MemberClaiming("b", 2, 10).Build(), "skin/b");
+  ExpectProblem(support::BundleWriter()
+                    .Category("skin")
+                    .Member("a", "12345")
+                    .MemberClaiming("b", 2, 10)
+                    .Build(),
+                "skin/b");
 }
 TEST_F(Verify, HiddenNamesAreTold) {
-  ExpectProblem(support::BundleWriter().Category("skin").Member("a", "1").Member("A", "2").Build(), "skin/A");
-  ExpectProblem(support::BundleWriter().Category("skin").Member("a", "1").Category("SKIN").Build(), "SKIN");
-  ExpectProblem(support::BundleWriter().Category("skin").Member("", "1").Build(), "its name is empty");
+  ExpectProblem(support::BundleWriter().Category("skin").Member("a", "1").Member("A", "2").Build(),
+                "skin/A");
+  ExpectProblem(support::BundleWriter().Category("skin").Member("a", "1").Category("SKIN").Build(),
+                "SKIN");
+  ExpectProblem(support::BundleWriter().Category("skin").Member("", "1").Build(),
+                "its name is empty");
   ExpectProblem(support::BundleWriter().Category("").Build(), "its name is empty");
 }
 
 // --- Slides ---
 
 TEST_F(Verify, MissingCategoriesAreTold) {
-  ExpectProblem(support::BundleWriter().Category("image").Member("a.bmp", parts.picture).Category("dims").Member("1", parts.dims).Build(),
+  ExpectProblem(support::BundleWriter()
+                    .Category("image")
+                    .Member("a.bmp", parts.picture)
+                    .Category("dims")
+                    .Member("1", parts.dims)
+                    .Build(),
                 "caps: the category is missing");
-  ExpectProblem(support::BundleWriter().Category("image").Member("a.bmp", parts.picture).Category("caps").Member("1", parts.caps).Build(),
+  ExpectProblem(support::BundleWriter()
+                    .Category("image")
+                    .Member("a.bmp", parts.picture)
+                    .Category("caps")
+                    .Member("1", parts.caps)
+                    .Build(),
                 "dims: the category is missing");
-  ExpectProblem(support::BundleWriter().Category("dims").Member("1", parts.dims).Category("caps").Member("1", parts.caps).Build(),
+  ExpectProblem(support::BundleWriter()
+                    .Category("dims")
+                    .Member("1", parts.dims)
+                    .Category("caps")
+                    .Member("1", parts.caps)
+                    .Build(),
                 "image: the category is missing");
 }
 TEST_F(Verify, EmptyCategoriesAreTold) {
-  const RunResult run = Check(support::BundleWriter().Category("image").Category("dims").Category("caps").Build());
+  const RunResult run =
+      Check(support::BundleWriter().Category("image").Category("dims").Category("caps").Build());
   EXPECT_EQ(run.exitCode, 1);
   for (const char* name : {"image", "dims", "caps"})
     EXPECT_THAT(run.err, HasSubstr(std::string(name) + ": the category is empty"));
@@ -155,7 +196,8 @@ TEST_F(Verify, DamagedPictureIsTold) {
   ExpectProblem(Bundle(parts), "image/a.bmp: ");
 }
 TEST_F(Verify, ForeignMusicIsTold) {
-  ExpectProblem(support::BundleWriter().Category("music").Member("song.wma", "no music").Build(), "music/song.wma");
+  ExpectProblem(support::BundleWriter().Category("music").Member("song.wma", "no music").Build(),
+                "music/song.wma");
 }
 TEST_F(Verify, PictureThatWouldShowTurnedIsRemarkedOn) {
   parts.picture = support::ReadWholeFile(Fixture("blocks-6.jpg"));
@@ -168,7 +210,8 @@ TEST_F(Verify, EveryProblemIsToldAndCounted) {
   parts.dims = support::DimsRecord(1, 1, "a.bmp");
   parts.caps = support::CapsRecord("other.bmp", "");
   const RunResult run = Check(Bundle(parts));
-  EXPECT_THAT(run.err, AllOf(HasSubstr("its size is"), HasSubstr("no record in \"caps\""), HasSubstr("3 problems")));
+  EXPECT_THAT(run.err, AllOf(HasSubstr("its size is"), HasSubstr("no record in \"caps\""),
+                             HasSubstr("3 problems")));
 }
 
 }  // namespace

@@ -29,7 +29,8 @@ class MusicSearchTest : public ::testing::Test {
 };
 
 TEST_F(MusicSearchTest, GroupsAFoldersFilesByKind) {
-  for (const char* name : {"f.mp2", "e.mp3", "d.asf", "c.wma", "b.ogg", "a.wav", "no.txt", "no.m3u"})
+  for (const char* name :
+       {"f.mp2", "e.mp3", "d.asf", "c.wma", "b.ogg", "a.wav", "no.txt", "no.m3u"})
     Put(name);
   EXPECT_TRUE(SearchFolderForMusic(folder_.Path().c_str(), list_));
   EXPECT_THAT(Entries(list_),
@@ -42,8 +43,9 @@ TEST_F(MusicSearchTest, PutsSubfoldersBeforeTheirParent) {
   folder_.MakeFolder("sub\\deep");
   for (const char* name : {"top.mp3", "sub\\middle.mp3", "sub\\deep\\bottom.mp3"}) Put(name);
   EXPECT_TRUE(SearchFolderForMusic(folder_.Path().c_str(), list_));
-  EXPECT_THAT(Entries(list_), ElementsAre(folder_.File("sub\\deep\\bottom.mp3"),
-                                          folder_.File("sub\\middle.mp3"), folder_.File("top.mp3")));
+  EXPECT_THAT(Entries(list_),
+              ElementsAre(folder_.File("sub\\deep\\bottom.mp3"), folder_.File("sub\\middle.mp3"),
+                          folder_.File("top.mp3")));
 }
 
 TEST_F(MusicSearchTest, LeavesFoldersWithADotOut) {

@@ -20,7 +20,9 @@ struct PlaylistFile {
   std::vector<std::string> expected;  // "{folder}" stands for the list's folder
 };
 
-inline void PrintTo(const PlaylistFile& file, std::ostream* out) { *out << file.path.filename().string(); }
+inline void PrintTo(const PlaylistFile& file, std::ostream* out) {
+  *out << file.path.filename().string();
+}
 
 inline std::string BytesOfFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -29,7 +31,8 @@ inline std::string BytesOfFile(const std::filesystem::path& path) {
 
 inline std::vector<std::string> SplitLines(const std::string& text) {
   std::vector<std::string> lines;
-  for (std::size_t from = 0, end; (end = text.find('\n', from)) != std::string::npos; from = end + 1)
+  for (std::size_t from = 0, end; (end = text.find('\n', from)) != std::string::npos;
+       from = end + 1)
     lines.push_back(text.substr(from, end - from));
   return lines;
 }
@@ -43,7 +46,8 @@ inline std::vector<PlaylistFile> AllPlaylistFiles() {
   for (const Kind& kind : kinds)
     for (const auto& entry : std::filesystem::directory_iterator(root / kind.folder)) {
       const std::string name = entry.path().filename().string() + ".txt";
-      files.push_back({entry.path(), kind.format, SplitLines(BytesOfFile(root / "expected" / name))});
+      files.push_back(
+          {entry.path(), kind.format, SplitLines(BytesOfFile(root / "expected" / name))});
     }
   std::sort(files.begin(), files.end(),
             [](const PlaylistFile& a, const PlaylistFile& b) { return a.path < b.path; });

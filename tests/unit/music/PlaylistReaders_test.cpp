@@ -85,10 +85,13 @@ TEST(ReadM3U, KeepsTheOrderOfTheFile) {
 }
 
 TEST(ReadM3U, DecodesNothing) {
-  EXPECT_THAT(Read(kPlaylistM3U, "C:\\&apos;&quot;%20.mp3"), ElementsAre("C:\\&apos;&quot;%20.mp3"));
+  EXPECT_THAT(Read(kPlaylistM3U, "C:\\&apos;&quot;%20.mp3"),
+              ElementsAre("C:\\&apos;&quot;%20.mp3"));
 }
 
-TEST(ReadM3U, OfCommentsIsEmpty) { EXPECT_THAT(Read(kPlaylistM3U, "#EXTM3U\n#x\n  #y\n"), IsEmpty()); }
+TEST(ReadM3U, OfCommentsIsEmpty) {
+  EXPECT_THAT(Read(kPlaylistM3U, "#EXTM3U\n#x\n  #y\n"), IsEmpty());
+}
 
 TEST(ReadM3U, EndsAtANul) {
   EXPECT_THAT(Read(kPlaylistM3U, std::string("C:\\a\nC:\\b\0c\nC:\\d\n", 17)),
@@ -119,7 +122,8 @@ TEST(ReadPlaystring, KeepsAmpersands) {
 TEST(ReadPlaystring, DecodesOnlyWhenAsked) {
   const std::string text = "Playstring=\"C:\\&apos;.mp3\"";
   EXPECT_THAT(Read(kPlaylistB4S, text), ElementsAre("C:\\'.mp3"));
-  EXPECT_THAT(Read(kPlaylistBPL, text, {.folder = "", .decodeEntities = false}), ElementsAre("C:\\&apos;.mp3"));
+  EXPECT_THAT(Read(kPlaylistBPL, text, {.folder = "", .decodeEntities = false}),
+              ElementsAre("C:\\&apos;.mp3"));
 }
 
 TEST(ReadPlaystring, GivesHttpNoSpecialTreatment) {

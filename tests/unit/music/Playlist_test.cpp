@@ -249,7 +249,8 @@ TEST_F(PlaylistTest, ShuffleWithTheSameSeedGivesTheSameOrder) {
     list->Shuffle(99, 50);
   }
   EXPECT_EQ(Entries(list_), Entries(other));
-  EXPECT_THAT(Entries(list_), ::testing::UnorderedElementsAre("a", "b", "c", "d", "e", "f", "g", "h", "i", "j"));
+  EXPECT_THAT(Entries(list_),
+              ::testing::UnorderedElementsAre("a", "b", "c", "d", "e", "f", "g", "h", "i", "j"));
 }
 
 TEST_F(PlaylistTest, ShuffleSeedsTheGeneratorEvenWithoutPasses) {
@@ -294,7 +295,8 @@ TEST_F(PlaylistTest, SavesPLS) {
 TEST_F(PlaylistTest, WhatIsSavedReadsBackTheSame) {
   const std::string longName = "C:\\" + std::string(100'000, 'x') + ".mp3";
   Add(list_, {"C:\\a.mp3", "\\\\nas\\b.mp3", "http://h/c", longName.c_str(), "C:\\%s%n.mp3"});
-  for (const auto& [name, format] : {std::pair("x.m3u", kPlaylistM3U), std::pair("x.pls", kPlaylistPLS)}) {
+  for (const auto& [name, format] :
+       {std::pair("x.m3u", kPlaylistM3U), std::pair("x.pls", kPlaylistPLS)}) {
     ASSERT_TRUE(list_.Save(In(name).c_str(), format));
     const Playlist back(In(name).c_str());
     EXPECT_EQ(Entries(back), Entries(list_)) << name;
@@ -348,8 +350,8 @@ TEST_F(PlaylistTest, AListThatCannotBeReplacedStaysWhole) {
   ASSERT_TRUE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
   Add(list_, {"C:\\b"});
   {
-    const KernelHandle held = OwnFile(CreateFileA(In("out.m3u").c_str(), GENERIC_READ,
-                                                  FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const KernelHandle held = OwnFile(CreateFileA(
+        In("out.m3u").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(held);
     EXPECT_FALSE(list_.Save(In("out.m3u").c_str(), kPlaylistM3U));
   }

@@ -471,7 +471,8 @@ TEST_F(Settings, WhatIsWrittenIsReadBack) {
   number = 500;
   for (const DwordField& value : kDwordFields) {
     const std::string name = value.name;
-    const bool hasItsOwnWriter = name == "CrashFlag" || name == "DoChecksum" || name == "CriticalError";
+    const bool hasItsOwnWriter =
+        name == "CrashFlag" || name == "DoChecksum" || name == "CriticalError";
     EXPECT_EQ(read.*value.field, hasItsOwnWriter ? 0 : number) << name;
     ++number;
   }

@@ -131,8 +131,10 @@ TEST_F(TheDesktopFade, DrawsOneQuadOverEveryScreen) {
               });
   DesktopFade(0);
   ASSERT_EQ(vertices.size(), 4u);
-  const float expected[4][4] = {
-      {-10.75f, 10.75f, 0, 1}, {-10.75f, -10.75f, 0, 0}, {10.75f, -10.75f, 1, 0}, {10.75f, 10.75f, 1, 1}};
+  const float expected[4][4] = {{-10.75f, 10.75f, 0, 1},
+                                {-10.75f, -10.75f, 0, 0},
+                                {10.75f, -10.75f, 1, 0},
+                                {10.75f, 10.75f, 1, 1}};
   for (std::size_t n = 0; n < 4; ++n) {
     EXPECT_EQ(vertices[n].x, expected[n][0]);
     EXPECT_EQ(vertices[n].y, expected[n][1]);

@@ -93,8 +93,9 @@ class FastRenderer : public testing::Test {
     CloseScreen();
     ScreenWidth = width;
     ScreenHeight = height;
-    hScrWindow = CreateWindowExA(WS_EX_TOPMOST, kWindowClass, "", WS_POPUP | WS_VISIBLE, 0, 0,
-                                 width, height, nullptr, nullptr, GetModuleHandleA(nullptr), nullptr);
+    hScrWindow =
+        CreateWindowExA(WS_EX_TOPMOST, kWindowClass, "", WS_POPUP | WS_VISIBLE, 0, 0, width, height,
+                        nullptr, nullptr, GetModuleHandleA(nullptr), nullptr);
     ASSERT_NE(hScrWindow, nullptr);
     hDC = GetDC(hScrWindow);
     ASSERT_TRUE(CreateFastContexts(width, height));
@@ -130,7 +131,9 @@ class FastRenderer : public testing::Test {
 
 // --- The contexts ---
 
-TEST_F(FastRenderer, TheBlackPixelIsBlack) { EXPECT_EQ(GetPixel(BlackPixelDC, 0, 0), RGB(0, 0, 0)); }
+TEST_F(FastRenderer, TheBlackPixelIsBlack) {
+  EXPECT_EQ(GetPixel(BlackPixelDC, 0, 0), RGB(0, 0, 0));
+}
 
 TEST_F(FastRenderer, TheCanvasHasTheScreensSize) {
   BITMAP bitmap{};

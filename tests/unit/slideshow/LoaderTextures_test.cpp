@@ -29,7 +29,8 @@ class LoaderTextures : public graphics_test::GraphicsTest {
 
   CImgLoadThread& Decoded(int width, int height, const support::Pattern& pattern) {
     bundle.AddBmp("a", width, height, pattern);
-    loader = MakeLoader(bundle, "a", DimsOf(static_cast<unsigned>(width), static_cast<unsigned>(height)));
+    loader = MakeLoader(bundle, "a",
+                        DimsOf(static_cast<unsigned>(width), static_cast<unsigned>(height)));
     return *loader;
   }
   void Run() {
@@ -95,8 +96,8 @@ TEST_F(LoaderTextures, ALimitedPictureIsReducedTileByTile) {
     const Pixels shown = ReadSurface(SurfaceOf(*slide, tile));
     ASSERT_EQ(shown.width, 256);
     ASSERT_EQ(shown.height, 256);
-    EXPECT_LT(support::MeanError(shown, ideal.Cut(256 * (tile % 4), 256 * (3 - tile / 4), 256, 256)),
-              1.0)
+    EXPECT_LT(
+        support::MeanError(shown, ideal.Cut(256 * (tile % 4), 256 * (3 - tile / 4), 256, 256)), 1.0)
         << "tile " << tile;
   }
 }
@@ -135,8 +136,9 @@ TEST_F(LoaderTextures, ALimitOnOneSideGivesOddTextures) {
   EXPECT_EQ(made.dwWidth, 256u);
   EXPECT_EQ(made.dwHeight, 333u);
   const Pixels ideal = support::Render(1536, 999, support::Gradient());
-  EXPECT_LT(support::MeanError(ReadSurface(SurfaceOf(*slide, 6 + 2)), ideal.Cut(512, 333, 256, 333)),
-            1.5);
+  EXPECT_LT(
+      support::MeanError(ReadSurface(SurfaceOf(*slide, 6 + 2)), ideal.Cut(512, 333, 256, 333)),
+      1.5);
 }
 
 TEST_F(LoaderTextures, OneTileShowsTheWholePicture) {
@@ -247,7 +249,8 @@ TEST_F(LoaderTextures, NoTileIsMadePastTheLast) {
 
 TEST_F(LoaderTextures, AnImpossibleDepthGivesNoTexture) {
   BTCImageObject none;
-  for (const int bits : {0, 8, 24, 33}) EXPECT_EQ(MakeTexture(bits, *none.GetObjectDataPtr(), 1), nullptr);
+  for (const int bits : {0, 8, 24, 33})
+    EXPECT_EQ(MakeTexture(bits, *none.GetObjectDataPtr(), 1), nullptr);
 }
 
 }  // namespace

@@ -171,10 +171,12 @@ TEST_F(SlideDrawing, DrawsColumnByColumnInOneScene) {
       if (slide.tiles[static_cast<std::size_t>(n)].corners == corners) return std::to_string(n);
     return std::string("?");
   };
-  HOOK_METHOD(begin, AnyDevice(), &IDirect3DDevice7::BeginScene,
-              [&](auto real, IDirect3DDevice7* self) { return calls.push_back("begin"), real(self); });
-  HOOK_METHOD(end, AnyDevice(), &IDirect3DDevice7::EndScene,
-              [&](auto real, IDirect3DDevice7* self) { return calls.push_back("end"), real(self); });
+  HOOK_METHOD(
+      begin, AnyDevice(), &IDirect3DDevice7::BeginScene,
+      [&](auto real, IDirect3DDevice7* self) { return calls.push_back("begin"), real(self); });
+  HOOK_METHOD(
+      end, AnyDevice(), &IDirect3DDevice7::EndScene,
+      [&](auto real, IDirect3DDevice7* self) { return calls.push_back("end"), real(self); });
   HOOK_METHOD(draw, AnyDevice(), &IDirect3DDevice7::DrawIndexedPrimitive,
               [&](auto, IDirect3DDevice7*, D3DPRIMITIVETYPE type, DWORD format, void* corners,
                   DWORD cornerCount, WORD* indices, DWORD indexCount, DWORD flags) {

@@ -365,7 +365,8 @@ TEST_F(ShowUpdate, EachRoundOfARandomOrderShowsEveryPicture) {
       ChangeSlide();
     }
     std::sort(seen.begin(), seen.end());
-    EXPECT_EQ(seen, (std::vector<std::uint32_t>{0x0000FF, 0x00FF00, 0xFF0000})) << "round " << round;
+    EXPECT_EQ(seen, (std::vector<std::uint32_t>{0x0000FF, 0x00FF00, 0xFF0000}))
+        << "round " << round;
   }
 }
 

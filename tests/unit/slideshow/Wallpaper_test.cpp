@@ -64,8 +64,8 @@ class Wallpaper : public testing::Test {
   bool FileExists() const { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
   // The file as Windows itself reads it.
   Pixels Saved() const {
-    const auto bitmap = static_cast<HBITMAP>(
-        LoadImageA(nullptr, path.c_str(), IMAGE_BITMAP, 0, 0, LR_LOADFROMFILE | LR_CREATEDIBSECTION));
+    const auto bitmap = static_cast<HBITMAP>(LoadImageA(nullptr, path.c_str(), IMAGE_BITMAP, 0, 0,
+                                                        LR_LOADFROMFILE | LR_CREATEDIBSECTION));
     if (!bitmap) return {};
     const Pixels pixels = support::ReadBitmap(bitmap);
     DeleteObject(bitmap);

@@ -142,11 +142,12 @@ TEST_P(WipeEffect, ShowsTheSameWithBiggerSteps) {
   for (const Size& size : kSizes)
     for (const int advance : {2, 3, 5, 31}) {
       SCOPED_TRACE(Name(size) + " by " + std::to_string(advance));
-      Play(GetParam(), size.width, size.height, advance,
-           [&](const Screen& screen, int, int position) {
-             ASSERT_TRUE(SameDots(screen, ExpectedAt(GetParam(), size.width, size.height, position)))
-                 << "at position " << position;
-           });
+      Play(
+          GetParam(), size.width, size.height, advance,
+          [&](const Screen& screen, int, int position) {
+            ASSERT_TRUE(SameDots(screen, ExpectedAt(GetParam(), size.width, size.height, position)))
+                << "at position " << position;
+          });
     }
 }
 

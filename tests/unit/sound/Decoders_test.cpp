@@ -56,8 +56,8 @@ TEST_P(EncodedSound, DecodesAsElsewhere) {
   const std::vector<float> made = DecodeAll(*decoder);
   const std::vector<float> wanted = ReadReference(GetParam().name);
   const auto channels = static_cast<std::size_t>(GetParam().channels);
-  EXPECT_NEAR(static_cast<double>(made.size() / channels), static_cast<double>(wanted.size() / channels),
-              static_cast<double>(GetParam().slack));
+  EXPECT_NEAR(static_cast<double>(made.size() / channels),
+              static_cast<double>(wanted.size() / channels), static_cast<double>(GetParam().slack));
   EXPECT_GT(SignalToNoise(wanted, made), GetParam().likeness);
 }
 

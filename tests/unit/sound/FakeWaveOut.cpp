@@ -8,7 +8,9 @@ FakeWaveOut* current = nullptr;
 const auto kHandle = reinterpret_cast<HWAVEOUT>(0x5157);
 
 // The driver sets it on a thread of its own.
-void SetFlags(WAVEHDR* header, DWORD flags) { *const_cast<volatile DWORD*>(&header->dwFlags) = flags; }
+void SetFlags(WAVEHDR* header, DWORD flags) {
+  *const_cast<volatile DWORD*>(&header->dwFlags) = flags;
+}
 
 }  // namespace
 
@@ -52,11 +54,20 @@ bool FakeWaveOut::IsOpen() const { const std::lock_guard guard(lock_); return op
 bool FakeWaveOut::IsPaused() const { const std::lock_guard guard(lock_); return paused_; }
 int FakeWaveOut::Opened() const { const std::lock_guard guard(lock_); return opened_; }
 int FakeWaveOut::ResetCount() const { const std::lock_guard guard(lock_); return resets_; }
-std::vector<std::int16_t> FakeWaveOut::Heard() const { const std::lock_guard guard(lock_); return heard_; }
+std::vector<std::int16_t> FakeWaveOut::Heard() const {
+  const std::lock_guard guard(lock_);
+  return heard_;
+}
 WAVEFORMATEX FakeWaveOut::Format() const { const std::lock_guard guard(lock_); return format_; }
 UINT FakeWaveOut::Device() const { const std::lock_guard guard(lock_); return device_; }
-void FakeWaveOut::RefuseToOpen(bool refuse) { const std::lock_guard guard(lock_); refuse_ = refuse; }
-void FakeWaveOut::Unplug(bool unplugged) { const std::lock_guard guard(lock_); unplugged_ = unplugged; }
+void FakeWaveOut::RefuseToOpen(bool refuse) {
+  const std::lock_guard guard(lock_);
+  refuse_ = refuse;
+}
+void FakeWaveOut::Unplug(bool unplugged) {
+  const std::lock_guard guard(lock_);
+  unplugged_ = unplugged;
+}
 
 void FakeWaveOut::RefuseBlocks(bool refuse) { const std::lock_guard guard(lock_); full_ = refuse; }
 

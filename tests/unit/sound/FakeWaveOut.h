@@ -40,8 +40,8 @@ class FakeWaveOut {
   void RefuseBlocks(bool refuse);
 
  private:
-  static MMRESULT WINAPI Open(HWAVEOUT* handle, UINT device, const WAVEFORMATEX* format, DWORD_PTR event,
-                              DWORD_PTR, DWORD flags);
+  static MMRESULT WINAPI Open(HWAVEOUT* handle, UINT device, const WAVEFORMATEX* format,
+                              DWORD_PTR event, DWORD_PTR, DWORD flags);
   static MMRESULT WINAPI Close(HWAVEOUT);
   static MMRESULT WINAPI Prepare(HWAVEOUT, WAVEHDR* header, UINT);
   static MMRESULT WINAPI Unprepare(HWAVEOUT, WAVEHDR* header, UINT);

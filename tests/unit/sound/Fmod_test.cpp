@@ -64,7 +64,8 @@ class FmodTest : public ::testing::Test {
   void TearDown() override { FSOUND_Close(); }
 
   static bool Start(int channels = 1) {
-    return FSOUND_SetBufferSize(250) && FSOUND_SetDriver(0) && FSOUND_SetOutput(FSOUND_OUTPUT_WINMM) &&
+    return FSOUND_SetBufferSize(250) && FSOUND_SetDriver(0) &&
+           FSOUND_SetOutput(FSOUND_OUTPUT_WINMM) &&
            FSOUND_Init(44100, channels, FSOUND_INIT_GLOBALFOCUS);
   }
 
@@ -182,7 +183,8 @@ TEST_F(FmodTest, OpensAPartOfAFileOrMemory) {
   const std::string path = folder.Write("a.bin", bytes);
   EXPECT_EQ(FSOUND_Stream_Open(path.c_str(), kFileMode, 0, 0), nullptr);
   EXPECT_NE(FSOUND_Stream_Open(path.c_str(), kFileMode, 10, 0), nullptr);
-  EXPECT_NE(FSOUND_Stream_Open(path.c_str(), kFileMode, 10, static_cast<int>(wave.size())), nullptr);
+  EXPECT_NE(FSOUND_Stream_Open(path.c_str(), kFileMode, 10, static_cast<int>(wave.size())),
+            nullptr);
   EXPECT_NE(FSOUND_Stream_Open(reinterpret_cast<const char*>(bytes.data()), kMemoryMode, 10,
                                static_cast<int>(bytes.size())), nullptr);
 }
@@ -362,7 +364,8 @@ TEST_F(FmodTest, OneOfTwoChannelsCanBePaused) {
   const int two = FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(file));
   EXPECT_EQ(one, 0);
   EXPECT_EQ(two, 1);
-  ASSERT_TRUE(PlayUntil([&] { return !device_.Heard().empty() && device_.Heard().back() == 2000; }));
+  ASSERT_TRUE(
+      PlayUntil([&] { return !device_.Heard().empty() && device_.Heard().back() == 2000; }));
   EXPECT_TRUE(FSOUND_SetPaused(one, true));
   EXPECT_FALSE(device_.IsPaused());
   EXPECT_TRUE(PlayUntil([&] { return device_.Heard().back() == 1000; }));
@@ -433,8 +436,8 @@ TEST_F(FmodTest, WindowsOfACallbackGetTheirMessages) {
     windowClass.lpszClassName = "Fmod_test window";
     windowClass.lpfnWndProc = CountMessages;
     RegisterClassA(&windowClass);
-    const HWND window = CreateWindowExA(0, windowClass.lpszClassName, "", WS_POPUP, 0, 0, 0, 0, nullptr,
-                                        nullptr, nullptr, nullptr);
+    const HWND window = CreateWindowExA(0, windowClass.lpszClassName, "", WS_POPUP, 0, 0, 0, 0,
+                                        nullptr, nullptr, nullptr, nullptr);
     PostMessageA(window, WM_APP, 0, 0);
     return true;
   };
@@ -450,8 +453,8 @@ TEST_F(FmodTest, ACallbackMayUseCom) {
   result = E_PENDING;
   const auto onEnd = [](FSOUND_STREAM*, void*, int, void*) {
     IUnknown* table = nullptr;
-    result = CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                              reinterpret_cast<void**>(&table));
+    result = CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
+                              IID_IUnknown, reinterpret_cast<void**>(&table));
     if (table) table->Release();
     return true;
   };
@@ -578,7 +581,8 @@ class LostDevice : public FmodTest {
 
   // Lasts for minutes of the machine's clock.
   static Bytes LongWave() {
-    return MakeWave({.channels = 1, .rate = 1000, .blockAlign = 1, .bits = 8}, Bytes(3'000'000, 0xA0));
+    return MakeWave({.channels = 1, .rate = 1000, .blockAlign = 1, .bits = 8},
+                    Bytes(3'000'000, 0xA0));
   }
 
   static constexpr DWORD kSpeed = 20;
@@ -687,7 +691,9 @@ TEST_F(FmodTest, ManyThreadsDoNoHarm) {
         case 2: FSOUND_Stream_Stop(stream); break;
         case 3: FSOUND_SetPaused(static_cast<int>(random() % 3), random() % 2); break;
         case 4: FSOUND_SetVolume(FSOUND_ALL, static_cast<int>(random() % 256)); break;
-        case 5: FSOUND_SetPan(static_cast<int>(random() % 3), static_cast<int>(random() % 256)); break;
+        case 5:
+          FSOUND_SetPan(static_cast<int>(random() % 3), static_cast<int>(random() % 256));
+          break;
         case 6:
           if (random() % 50 == 0) Start(3);
           break;

@@ -29,7 +29,8 @@ WaveSpec Mono(std::uint16_t tag, std::uint16_t size) {
 }
 
 TEST(PcmDecoder, ReadsEightBitsWithoutSign) {
-  EXPECT_THAT(Decode(Mono(1, 1), {0, 64, 128, 192, 255}), ElementsAre(-1, -0.5, 0, 0.5, 127 / 128.0f));
+  EXPECT_THAT(Decode(Mono(1, 1), {0, 64, 128, 192, 255}),
+              ElementsAre(-1, -0.5, 0, 0.5, 127 / 128.0f));
 }
 
 TEST(PcmDecoder, ReadsSixteenBits) {
@@ -43,7 +44,8 @@ TEST(PcmDecoder, ReadsTwentyFourBits) {
 }
 
 TEST(PcmDecoder, ReadsThirtyTwoBits) {
-  EXPECT_THAT(Decode(Mono(1, 4), {0, 0, 0, 0x80, 0, 0, 0, 0x40, 0, 0, 0, 0}), ElementsAre(-1, 0.5, 0));
+  EXPECT_THAT(Decode(Mono(1, 4), {0, 0, 0, 0x80, 0, 0, 0, 0x40, 0, 0, 0, 0}),
+              ElementsAre(-1, 0.5, 0));
 }
 
 TEST(PcmDecoder, ReadsTwelveBitsInTheirSixteen) {
@@ -67,13 +69,15 @@ TEST(PcmDecoder, ReadsFloatingPoint) {
 // Values of the recommendation for telephony: the ends, both zeros, and a
 // middle segment.
 TEST(PcmDecoder, ReadsMuLaw) {
-  EXPECT_THAT(Decode(Mono(7, 1), {0x00, 0x80, 0x7F, 0xFF, 0x0F, 0xF0}),
-              ElementsAre(-32124 / 32768.0f, 32124 / 32768.0f, 0, 0, -16764 / 32768.0f, 120 / 32768.0f));
+  EXPECT_THAT(
+      Decode(Mono(7, 1), {0x00, 0x80, 0x7F, 0xFF, 0x0F, 0xF0}),
+      ElementsAre(-32124 / 32768.0f, 32124 / 32768.0f, 0, 0, -16764 / 32768.0f, 120 / 32768.0f));
 }
 
 TEST(PcmDecoder, ReadsALaw) {
   EXPECT_THAT(Decode(Mono(6, 1), {0x2A, 0xAA, 0x55, 0xD5, 0x80}),
-              ElementsAre(-32256 / 32768.0f, 32256 / 32768.0f, -8 / 32768.0f, 8 / 32768.0f, 5504 / 32768.0f));
+              ElementsAre(-32256 / 32768.0f, 32256 / 32768.0f, -8 / 32768.0f, 8 / 32768.0f,
+                          5504 / 32768.0f));
 }
 
 TEST(PcmDecoder, LeavesAFrameCutShortOut) {

@@ -9,7 +9,8 @@ using namespace testing_sound;
 namespace {
 
 // Feeds the sound in pieces of `piece` frames.
-std::vector<float> Resample(const std::vector<float>& samples, int from, int to, std::size_t piece = 1000) {
+std::vector<float> Resample(const std::vector<float>& samples, int from, int to,
+                            std::size_t piece = 1000) {
   sound::Resampler resampler(from, to);
   std::vector<float> result;
   for (std::size_t at = 0; at < samples.size() / 2; at += piece)
@@ -30,7 +31,8 @@ double Likeness(double frequency, int from, int to) {
 double LevelDb(const std::vector<float>& samples) {
   const std::size_t margin = samples.size() / 10;
   const std::size_t count = samples.size() - 2 * margin;
-  return 10 * std::log10(Power(samples.data() + margin, count) / static_cast<double>(count) + 1e-30);
+  return 10 *
+         std::log10(Power(samples.data() + margin, count) / static_cast<double>(count) + 1e-30);
 }
 
 TEST(Resampler, EqualRatesChangeNothing) {
@@ -57,7 +59,8 @@ TEST(Resampler, CutsWhatTheNewRateCannotHold) {
 TEST(Resampler, LeavesNoMirrorOfALowRate) {
   // What is there beside the tone itself.
   const std::vector<float> made = Resample(Tone(3000, 8000, 8000), 8000, 44100);
-  EXPECT_GT(SignalToNoise(Tone(3000, 44100, made.size() / 2), made, 10000, made.size() - 10000), 80);
+  EXPECT_GT(SignalToNoise(Tone(3000, 44100, made.size() / 2), made, 10000, made.size() - 10000),
+            80);
 }
 
 TEST(Resampler, KeepsTheLength) {
@@ -70,7 +73,8 @@ TEST(Resampler, KeepsTheLength) {
 TEST(Resampler, PiecesOfAnySizeGiveTheSame) {
   const std::vector<float> tone = Tone(440, 32000, 4000);
   const std::vector<float> whole = Resample(tone, 32000, 44100, 4000);
-  for (const std::size_t piece : {1u, 7u, 63u, 999u}) EXPECT_EQ(Resample(tone, 32000, 44100, piece), whole) << piece;
+  for (const std::size_t piece : {1u, 7u, 63u, 999u})
+    EXPECT_EQ(Resample(tone, 32000, 44100, piece), whole) << piece;
 }
 
 TEST(Resampler, KeepsTheSidesApart) {

@@ -64,11 +64,13 @@ inline Bytes Samples16(const std::vector<int>& values) {
 }
 
 // A sine on both sides, `frames` long.
-inline std::vector<float> Tone(double frequency, int rate, std::size_t frames, double amplitude = 0.5) {
+inline std::vector<float> Tone(double frequency, int rate, std::size_t frames,
+                               double amplitude = 0.5) {
   std::vector<float> samples(2 * frames);
   for (std::size_t i = 0; i < frames; ++i) {
     const double t = static_cast<double>(i) / rate;
-    const auto value = static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * frequency * t));
+    const auto value =
+        static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * frequency * t));
     samples[2 * i] = samples[2 * i + 1] = value;
   }
   return samples;

@@ -17,7 +17,9 @@ std::vector<float> Fold(int channels, std::vector<float> samples,
   return stereo;
 }
 
-TEST(Stereo, OneChannelIsOnBothSides) { EXPECT_THAT(Fold(1, {0.5f, -1}), ElementsAre(0.5, 0.5, -1, -1)); }
+TEST(Stereo, OneChannelIsOnBothSides) {
+  EXPECT_THAT(Fold(1, {0.5f, -1}), ElementsAre(0.5, 0.5, -1, -1));
+}
 
 TEST(Stereo, TwoChannelsStayAsTheyAre) { EXPECT_THAT(Fold(2, {0.5f, -1}), ElementsAre(0.5, -1)); }
 
@@ -40,7 +42,8 @@ TEST(Stereo, TheBassChannelIsLeftOut) {
 
 TEST(Stereo, NoNumberOfChannelsGoesBeyondFullScale) {
   for (int channels = 1; channels <= 64; ++channels)
-    EXPECT_THAT(Fold(channels, std::vector<float>(static_cast<std::size_t>(channels), 1.0f)), Each(Le(1.0001f)))
+    EXPECT_THAT(Fold(channels, std::vector<float>(static_cast<std::size_t>(channels), 1.0f)),
+                Each(Le(1.0001f)))
         << channels;
 }
 
@@ -52,8 +55,9 @@ TEST(Stereo, AppendsToWhatIsThere) {
 
 TEST(Stereo, TamesWhatIsNoSample) {
   using Limits = std::numeric_limits<float>;
-  EXPECT_THAT(Fold(1, {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), Limits::max()}),
-              Each(Le(16.0f)));
+  EXPECT_THAT(
+      Fold(1, {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), Limits::max()}),
+      Each(Le(16.0f)));
   EXPECT_THAT(Fold(1, {Limits::quiet_NaN()}), ElementsAre(0, 0));
 }
 

@@ -34,7 +34,8 @@ TEST(FakeClock, MovesAllClocksTogether) {
   clock.Advance(250.0);
   EXPECT_EQ(MediaTicks(), 5250u);
   EXPECT_EQ(SystemTicks(), 5250u);
-  EXPECT_NEAR(static_cast<double>(Counter() - before), static_cast<double>(frequency.QuadPart) / 4, 1);
+  EXPECT_NEAR(static_cast<double>(Counter() - before), static_cast<double>(frequency.QuadPart) / 4,
+              1);
 }
 
 TEST(FakeClock, PartsOfAMillisecondAddUp) {

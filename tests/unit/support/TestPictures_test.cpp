@@ -21,8 +21,8 @@ Pixels LoadThroughGdi(const Bytes& bmp) {
   const auto* info = reinterpret_cast<const BITMAPINFO*>(bmp.data() + 14);
   const Canvas canvas(info->bmiHeader.biWidth, info->bmiHeader.biHeight);
   StretchDIBits(canvas.Dc(), 0, 0, info->bmiHeader.biWidth, info->bmiHeader.biHeight, 0, 0,
-                info->bmiHeader.biWidth, info->bmiHeader.biHeight, bmp.data() + U32At(bmp, 10), info,
-                DIB_RGB_COLORS, SRCCOPY);
+                info->bmiHeader.biWidth, info->bmiHeader.biHeight, bmp.data() + U32At(bmp, 10),
+                info, DIB_RGB_COLORS, SRCCOPY);
   return canvas.Read();
 }
 

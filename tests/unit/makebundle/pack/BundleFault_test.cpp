@@ -27,16 +27,23 @@ TEST(BundleFault, TrailerThatPointsBehindItself) {
   EXPECT_THAT(FaultOfFile(WithTrailer("?c", 999)), HasSubstr("999"));
   EXPECT_THAT(FaultOfFile(WithTrailer("", 0)), HasSubstr("isn't before"));
 }
-TEST(BundleFault, DirectoryWithoutACategory) { EXPECT_THAT(FaultOfFile(WithTrailer("xc", 0)), HasSubstr("category")); }
-TEST(BundleFault, NameWithoutItsEnd) { EXPECT_THAT(FaultOfFile(WithTrailer("?c", 0)), HasSubstr("past the end")); }
+TEST(BundleFault, DirectoryWithoutACategory) {
+  EXPECT_THAT(FaultOfFile(WithTrailer("xc", 0)), HasSubstr("category"));
+}
+TEST(BundleFault, NameWithoutItsEnd) {
+  EXPECT_THAT(FaultOfFile(WithTrailer("?c", 0)), HasSubstr("past the end"));
+}
 TEST(BundleFault, MemberWithoutItsNumbers) {
-  EXPECT_THAT(FaultOfFile(WithTrailer({"?c\0m\0\1\0\0\0\1\0\0", 12}, 0)), HasSubstr("past the end"));
+  EXPECT_THAT(FaultOfFile(WithTrailer({"?c\0m\0\1\0\0\0\1\0\0", 12}, 0)),
+              HasSubstr("past the end"));
 }
 TEST(BundleFault, DirectoryThatEndsBehindAMembersName) {
   EXPECT_THAT(FaultOfFile(WithTrailer({"?c\0m\0", 5}, 0)), HasSubstr("past the end"));
 }
 TEST(BundleFault, FileBeyondFourGigabytes) {
-  EXPECT_THAT(FaultOfDirectory(0x100000004, [](auto, auto) { return std::vector<unsigned char>(); }), HasSubstr("4 GiB"));
+  EXPECT_THAT(
+      FaultOfDirectory(0x100000004, [](auto, auto) { return std::vector<unsigned char>(); }),
+      HasSubstr("4 GiB"));
 }
 TEST(BundleFault, GoodDirectoryCanOnlyBeUnreadable) {
   EXPECT_EQ(FaultOfFile(WithTrailer({"?c\0m\0\0\0\0\0\0\0\0\0", 13}, 0)), "it can't be read");

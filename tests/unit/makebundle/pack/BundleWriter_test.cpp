@@ -29,8 +29,9 @@ TEST(BundleWriter, LayoutIsAsDocumented) {
   writer.Add("a.jpg", AsBytes("d"));
   writer.BeginCategory("music");
   writer.Finish();
-  EXPECT_EQ(sink.text, "AAAABBd" + Z("?image") + Z("a.jpg") + Number(0) + Number(4) + Z("b.jpg") + Number(4) + Number(2) +
-                           Z("?dims") + Z("a.jpg") + Number(6) + Number(1) + Z("?music") + Number(7));
+  EXPECT_EQ(sink.text, "AAAABBd" + Z("?image") + Z("a.jpg") + Number(0) + Number(4) + Z("b.jpg") +
+                           Number(4) + Number(2) + Z("?dims") + Z("a.jpg") + Number(6) + Number(1) +
+                           Z("?music") + Number(7));
   EXPECT_EQ(writer.Position(), sink.text.size());
 }
 

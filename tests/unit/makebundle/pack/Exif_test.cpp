@@ -5,21 +5,29 @@
 #include <gtest/gtest.h>
 
 // How a failing case, and the list of cases, name the order.
-void PrintTo(ByteOrder order, std::ostream* to) { *to << (order == ByteOrder::kLittleEndian ? "II" : "MM"); }
+void PrintTo(ByteOrder order, std::ostream* to) {
+  *to << (order == ByteOrder::kLittleEndian ? "II" : "MM");
+}
 
 namespace {
 
-constexpr std::uint16_t kDescription = 0x010E, kOrientation = 0x0112, kUserComment = 0x9286, kDate = 0x9003;
+constexpr std::uint16_t kDescription = 0x010E, kOrientation = 0x0112, kUserComment = 0x9286,
+                        kDate = 0x9003;
 
 ExifTags Read(const std::string& tiff) { return ReadExif(AsBytes(tiff)); }
 
 class ExifInBothByteOrders : public testing::TestWithParam<ByteOrder> {};
-INSTANTIATE_TEST_SUITE_P(Exif, ExifInBothByteOrders, testing::Values(ByteOrder::kLittleEndian, ByteOrder::kBigEndian),
-                         [](const auto& order) { return order.param == ByteOrder::kLittleEndian ? "LittleEndian" : "BigEndian"; });
+INSTANTIATE_TEST_SUITE_P(Exif, ExifInBothByteOrders,
+                         testing::Values(ByteOrder::kLittleEndian, ByteOrder::kBigEndian),
+                         [](const auto& order) {
+                           return order.param == ByteOrder::kLittleEndian ? "LittleEndian"
+                                                                          : "BigEndian";
+                         });
 
 TEST_P(ExifInBothByteOrders, OrientationIsRead) {
   for (std::uint16_t orientation = 1; orientation <= 8; ++orientation)
-    EXPECT_EQ(Read(TiffBuilder(GetParam()).Short(kOrientation, orientation).Build()).orientation, orientation);
+    EXPECT_EQ(Read(TiffBuilder(GetParam()).Short(kOrientation, orientation).Build()).orientation,
+              orientation);
 }
 
 TEST_P(ExifInBothByteOrders, OrientationMayBeALongNumber) {
@@ -41,7 +49,8 @@ TEST_P(ExifInBothByteOrders, DescriptionOfUpToThreeLettersStandsInItsEntry) {
 }
 
 TEST_P(ExifInBothByteOrders, UnicodeCommentIsInTheBlocksByteOrder) {
-  const std::string text = GetParam() == ByteOrder::kBigEndian ? std::string("\x20\xAC\0!", 4) : std::string("\xAC\x20!\0", 4);
+  const std::string text = GetParam() == ByteOrder::kBigEndian ? std::string("\x20\xAC\0!", 4)
+                                                               : std::string("\xAC\x20!\0", 4);
   const std::string value = std::string("UNICODE\0", 8) + text;
   EXPECT_EQ(Read(TiffBuilder(GetParam())
                      .InExifDirectory()
@@ -53,31 +62,50 @@ TEST_P(ExifInBothByteOrders, UnicodeCommentIsInTheBlocksByteOrder) {
 
 TEST(Exif, AsciiCommentIsRead) {
   const std::string value = std::string("ASCII\0\0\0", 8) + "Hello";
-  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).InExifDirectory().Raw(kUserComment, 7, 13, value).Build()).userComment,
+  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian)
+                     .InExifDirectory()
+                     .Raw(kUserComment, 7, 13, value)
+                     .Build())
+                .userComment,
             "Hello");
 }
 
 TEST(Exif, CommentOfUnknownCodingIsNone) {
   const std::string value = std::string("JIS\0\0\0\0\0", 8) + "Hello";
-  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).InExifDirectory().Raw(kUserComment, 7, 13, value).Build()).userComment,
+  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian)
+                     .InExifDirectory()
+                     .Raw(kUserComment, 7, 13, value)
+                     .Build())
+                .userComment,
             "");
 }
 
 TEST(Exif, OrientationOutOfRangeIsUpright) {
   for (const std::uint16_t orientation : {0, 9, 65535})
-    EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).Short(kOrientation, orientation).Build()).orientation, 1);
+    EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).Short(kOrientation, orientation).Build())
+                  .orientation,
+              1);
 }
 
 TEST(Exif, OrientationOfAnotherTypeIsUpright) {
-  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).Raw(kOrientation, 2, 2, std::string("6\0", 2)).Build()).orientation, 1);
+  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian)
+                     .Raw(kOrientation, 2, 2, std::string("6\0", 2))
+                     .Build())
+                .orientation,
+            1);
 }
 
 TEST(Exif, OrientationWithoutAnElementIsUpright) {
-  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).Raw(kOrientation, 3, 0, std::string("\6\0", 2)).Build()).orientation, 1);
+  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian)
+                     .Raw(kOrientation, 3, 0, std::string("\6\0", 2))
+                     .Build())
+                .orientation,
+            1);
 }
 
 TEST(Exif, EmptyAndForeignBytesGiveDefaults) {
-  for (const std::string& text : {std::string(), std::string("II"), std::string("no EXIF at all"), std::string(64, '\xFF')}) {
+  for (const std::string& text :
+       {std::string(), std::string("II"), std::string("no EXIF at all"), std::string(64, '\xFF')}) {
     const ExifTags tags = Read(text);
     EXPECT_EQ(tags.orientation, 1);
     EXPECT_EQ(tags.description, "");
@@ -85,17 +113,23 @@ TEST(Exif, EmptyAndForeignBytesGiveDefaults) {
 }
 
 TEST(Exif, ValueOutsideTheBlockIsNone) {
-  std::string tiff = TiffBuilder(ByteOrder::kLittleEndian).Text(kDescription, "A mill by the river").Build();
+  std::string tiff =
+      TiffBuilder(ByteOrder::kLittleEndian).Text(kDescription, "A mill by the river").Build();
   tiff.resize(tiff.size() - 1);
   EXPECT_EQ(Read(tiff).description, "");
 }
 
 TEST(Exif, HugeCountIsNone) {
-  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian).Raw(kDescription, 12, 0xFFFFFFFF, "long enough").Build()).description, "");
+  EXPECT_EQ(Read(TiffBuilder(ByteOrder::kLittleEndian)
+                     .Raw(kDescription, 12, 0xFFFFFFFF, "long enough")
+                     .Build())
+                .description,
+            "");
 }
 
 TEST(Exif, DirectoryThatPointsToItselfEnds) {
-  const std::string tiff = TiffBuilder(ByteOrder::kLittleEndian).Long(0x8769, 8).Text(kDescription, "Here").Build();
+  const std::string tiff =
+      TiffBuilder(ByteOrder::kLittleEndian).Long(0x8769, 8).Text(kDescription, "Here").Build();
   EXPECT_EQ(Read(tiff).description, "Here");
 }
 

@@ -22,18 +22,20 @@ TEST(FileKind, PicturesAreKnownByTheirFirstBytes) {
 }
 
 TEST(FileKind, OtherFilesAreNoPictures) {
-  for (const std::string start : {"", "B", "BM", "BMW is a make of car", "GIF", "RIFF....WAVE", "\xFF\xD8", "MZ", "%PDF-1.4"})
+  for (const std::string start :
+       {"", "B", "BM", "BMW is a make of car", "GIF", "RIFF....WAVE", "\xFF\xD8", "MZ", "%PDF-1.4"})
     EXPECT_EQ(FormatOf(start), PictureFormat::kUnknown) << start;
 }
 
 TEST(FileKind, MusicIsKnownByItsFirstBytes) {
-  for (const std::string start : {"ID3\x03", "OggS", "RIFF....WAVE", "\xFF\xFB\x90\x64", "\xFF\xF3\x48\xC4", "\xFF\xFD\x80\x04",
-                                  "\xFF\xFE\x80\x04"})
+  for (const std::string start : {"ID3\x03", "OggS", "RIFF....WAVE", "\xFF\xFB\x90\x64",
+                                  "\xFF\xF3\x48\xC4", "\xFF\xFD\x80\x04", "\xFF\xFE\x80\x04"})
     EXPECT_TRUE(Music(start)) << start;
 }
 
 TEST(FileKind, OtherFilesAreNoMusic) {
-  for (const std::string start : {"", "\xFF", "\xFF\xFB", "\xFF\xD8\xFF\xE0", "\xFF\xFF\xFF\xFF", "fLaC", "RIFF....AVI ", "text"})
+  for (const std::string start : {"", "\xFF", "\xFF\xFB", "\xFF\xD8\xFF\xE0", "\xFF\xFF\xFF\xFF",
+                                  "fLaC", "RIFF....AVI ", "text"})
     EXPECT_FALSE(Music(start)) << start;
 }
 

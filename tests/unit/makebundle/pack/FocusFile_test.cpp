@@ -44,17 +44,22 @@ TEST(FocusFile, CommentsAndEmptyLinesCountInTheLineNumbers) {
 TEST(FocusFile, EmptyFileIsGood) { EXPECT_TRUE(Parse("").empty()); }
 
 TEST(FocusFile, WrongDirectionIsToldWithItsLine) {
-  EXPECT_THAT(FaultIn("a.jpg x\n\nb.jpg z\n"), testing::AllOf(HasSubstr("focus.txt, line 3"), HasSubstr("\"z\"")));
+  EXPECT_THAT(FaultIn("a.jpg x\n\nb.jpg z\n"),
+              testing::AllOf(HasSubstr("focus.txt, line 3"), HasSubstr("\"z\"")));
 }
 
-TEST(FocusFile, MissingDirectionIsToldWithItsLine) { EXPECT_THAT(FaultIn("a.jpg"), HasSubstr("focus.txt, line 1")); }
+TEST(FocusFile, MissingDirectionIsToldWithItsLine) {
+  EXPECT_THAT(FaultIn("a.jpg"), HasSubstr("focus.txt, line 1"));
+}
 
 TEST(FocusFile, SecondLineForAPictureIsToldWithItsLine) {
-  EXPECT_THAT(FaultIn("a.jpg x\nA.JPG y\n"), testing::AllOf(HasSubstr("line 2"), HasSubstr("A.JPG")));
+  EXPECT_THAT(FaultIn("a.jpg x\nA.JPG y\n"),
+              testing::AllOf(HasSubstr("line 2"), HasSubstr("A.JPG")));
 }
 
 TEST(FocusFile, TextThatIsNotUtf8IsToldWithItsLine) {
-  EXPECT_THAT(FaultIn("a.jpg x\ncaf\xE9.jpg y\n"), testing::AllOf(HasSubstr("line 2"), HasSubstr("UTF-8")));
+  EXPECT_THAT(FaultIn("a.jpg x\ncaf\xE9.jpg y\n"),
+              testing::AllOf(HasSubstr("line 2"), HasSubstr("UTF-8")));
 }
 
 }  // namespace

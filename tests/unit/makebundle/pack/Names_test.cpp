@@ -17,7 +17,8 @@ TEST(NameOrder, NumbersCountAsNumbers) {
             (std::vector<std::string>{"img 1.jpg", "img 9.jpg", "img 10.jpg", "img 100.jpg"}));
 }
 TEST(NameOrder, CaseDoesNotCount) {
-  EXPECT_EQ(Sorted({"b.jpg", "C.jpg", "A.jpg"}), (std::vector<std::string>{"A.jpg", "b.jpg", "C.jpg"}));
+  EXPECT_EQ(Sorted({"b.jpg", "C.jpg", "A.jpg"}),
+            (std::vector<std::string>{"A.jpg", "b.jpg", "C.jpg"}));
 }
 TEST(NameOrder, NumbersOfAnyLengthAreCompared) {
   EXPECT_TRUE(ComesBefore("99999999999999999998", "99999999999999999999"));
@@ -46,21 +47,43 @@ TEST(MemberName, NamesThatABundleCannotHoldAreRefused) {
 }
 
 TEST(FileName, PlainNamesAreGood) {
-  for (const std::u16string name : {u"a.jpg", u"with blank.jpg", u".hidden", u"a..b", u"console.jpg", u"COM10.jpg", u"communist", u"\u00E9"})
+  for (const std::u16string name : {u"a.jpg", u"with blank.jpg", u".hidden", u"a..b",
+                                    u"console.jpg", u"COM10.jpg", u"communist", u"\u00E9"})
     EXPECT_EQ(FaultOfFileName(name), "");
 }
 TEST(FileName, NamesThatLeadElsewhereAreRefused) {
-  for (const std::u16string name : {u"", u".", u"..", u"..\\x", u"../x", u"a\\b", u"a/b", u"\\x", u"/x", u"C:x", u"C:\\x", u"a:stream",
-                                    u"\\\\server\\share", u"\\\\?\\C:\\x", u"a*", u"a?", u"a|b", u"a<", u"a>", u"a\"", u"a\nb",
+  for (const std::u16string name : {u"",
+                                    u".",
+                                    u"..",
+                                    u"..\\x",
+                                    u"../x",
+                                    u"a\\b",
+                                    u"a/b",
+                                    u"\\x",
+                                    u"/x",
+                                    u"C:x",
+                                    u"C:\\x",
+                                    u"a:stream",
+                                    u"\\\\server\\share",
+                                    u"\\\\?\\C:\\x",
+                                    u"a*",
+                                    u"a?",
+                                    u"a|b",
+                                    u"a<",
+                                    u"a>",
+                                    u"a\"",
+                                    u"a\nb",
                                     u"\x01"})
     EXPECT_NE(FaultOfFileName(name), "");
 }
 TEST(FileName, NamesThatWindowsChangesAreRefused) {
-  for (const std::u16string name : {u"a.", u"a ", u"a.jpg.", u"...", u". ."}) EXPECT_NE(FaultOfFileName(name), "");
+  for (const std::u16string name : {u"a.", u"a ", u"a.jpg.", u"...", u". ."})
+    EXPECT_NE(FaultOfFileName(name), "");
 }
 TEST(FileName, DevicesAreRefused) {
-  for (const std::u16string name : {u"NUL", u"nul.jpg", u"Con", u"aux.txt.jpg", u"PRN", u"COM1", u"com9.jpg", u"LPT3.x", u"COM\u00B9",
-                                    u"NUL .jpg", u"CONIN$", u"conout$"})
+  for (const std::u16string name :
+       {u"NUL", u"nul.jpg", u"Con", u"aux.txt.jpg", u"PRN", u"COM1", u"com9.jpg", u"LPT3.x",
+        u"COM\u00B9", u"NUL .jpg", u"CONIN$", u"conout$"})
     EXPECT_NE(FaultOfFileName(name), "");
 }
 

@@ -17,8 +17,9 @@ std::string UsageFault(const std::vector<std::string>& arguments) {
 }
 
 TEST(Options, PackTakesAllOfItsOptions) {
-  const Options options = ParseOptions({"pack", "out.bdl", "--pictures", "in", "--music=songs", "--focus", "focus.txt",
-                                        "--order", "date", "--captions-from-picture", "--skip-bad"});
+  const Options options =
+      ParseOptions({"pack", "out.bdl", "--pictures", "in", "--music=songs", "--focus", "focus.txt",
+                    "--order", "date", "--captions-from-picture", "--skip-bad"});
   EXPECT_EQ(options.command, Command::kPack);
   EXPECT_EQ(options.file, "out.bdl");
   EXPECT_EQ(options.pictures, "in");
@@ -40,7 +41,8 @@ TEST(Options, OtherCommandsTakeTheirNames) {
   EXPECT_EQ(extract.folder, "dir");
   EXPECT_EQ(extract.wanted, "image/b.jpg");
   EXPECT_TRUE(extract.overwrite);
-  const Options append = ParseOptions({"append", "a.exe", "--category", "skin", "dir", "--replace"});
+  const Options append =
+      ParseOptions({"append", "a.exe", "--category", "skin", "dir", "--replace"});
   EXPECT_EQ(append.file, "a.exe");
   EXPECT_EQ(append.category, "skin");
   EXPECT_EQ(append.folder, "dir");
@@ -49,17 +51,23 @@ TEST(Options, OtherCommandsTakeTheirNames) {
   EXPECT_EQ(ParseOptions({"verify", "a.bdl"}).command, Command::kVerify);
 }
 
-TEST(Options, DashesEndTheOptions) { EXPECT_EQ(ParseOptions({"list", "--", "--odd name.bdl"}).file, "--odd name.bdl"); }
+TEST(Options, DashesEndTheOptions) {
+  EXPECT_EQ(ParseOptions({"list", "--", "--odd name.bdl"}).file, "--odd name.bdl");
+}
 
 TEST(Options, HelpIsUnderstoodAnywhere) {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--help"}, {"-h"}, {"/?"}, {"pack", "--help"}, {"pack", "--nonsense", "--help"}})
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                    {"-h"},
+                                                    {"/?"},
+                                                    {"pack", "--help"},
+                                                    {"pack", "--nonsense", "--help"}})
     EXPECT_EQ(ParseOptions(arguments).command, Command::kHelp);
 }
 
 TEST(Options, HelpNamesEveryCommandAndOption) {
-  for (const char* word : {"pack", "list", "extract", "verify", "append", "--pictures", "--music", "--focus", "--order",
-                           "--captions-from-picture", "--skip-bad", "--overwrite", "--category", "--replace"})
+  for (const char* word : {"pack", "list", "extract", "verify", "append", "--pictures", "--music",
+                           "--focus", "--order", "--captions-from-picture", "--skip-bad",
+                           "--overwrite", "--category", "--replace"})
     EXPECT_THAT(kHelpText, HasSubstr(word));
 }
 
@@ -69,12 +77,15 @@ TEST(Options, SenselessLinesAreRefusedWithAReason) {
   EXPECT_THAT(UsageFault({"pack", "out.bdl"}), HasSubstr("--pictures"));
   EXPECT_THAT(UsageFault({"pack", "--pictures", "in"}), HasSubstr("needs more names"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures"}), HasSubstr("--pictures needs a value"));
-  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures="}), HasSubstr("--pictures needs a value"));
+  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures="}),
+              HasSubstr("--pictures needs a value"));
   EXPECT_THAT(UsageFault({"list", ""}), HasSubstr("a name is empty"));
   EXPECT_THAT(UsageFault({"extract", "a.bdl", ""}), HasSubstr("a name is empty"));
   EXPECT_THAT(UsageFault({"extract", "a.bdl", "--", "folder", ""}), HasSubstr("a name is empty"));
-  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--order", "size"}), HasSubstr("\"size\""));
-  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--skip-bad=yes"}), HasSubstr("takes no value"));
+  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--order", "size"}),
+              HasSubstr("\"size\""));
+  EXPECT_THAT(UsageFault({"pack", "out.bdl", "--pictures", "in", "--skip-bad=yes"}),
+              HasSubstr("takes no value"));
   EXPECT_THAT(UsageFault({"pack", "out.bdl", "extra", "--pictures", "in"}), HasSubstr("\"extra\""));
   EXPECT_THAT(UsageFault({"list", "a.bdl", "--skip-bad"}), HasSubstr("--skip-bad"));
   EXPECT_THAT(UsageFault({"extract", "a.bdl"}), HasSubstr("needs more names"));

@@ -20,7 +20,9 @@ std::string LittleEndian32(std::size_t value) {
 std::string Segment(char marker, const std::string& content) {
   return std::string("\xFF") + marker + BigEndian(content.size() + 2, 2) + content;
 }
-std::string ExifSegment(const std::string& tiff) { return Segment('\xE1', std::string("Exif\0\0", 6) + tiff); }
+std::string ExifSegment(const std::string& tiff) {
+  return Segment('\xE1', std::string("Exif\0\0", 6) + tiff);
+}
 std::string Jpeg(const std::string& segments) {
   return "\xFF\xD8" + segments + Segment('\xDA', "scan") + std::string("\xFF\xD9", 2);
 }
@@ -36,27 +38,36 @@ std::string PhotoshopSegment(const std::string& part) {
 std::string PngChunk(const std::string& name, const std::string& data) {
   return BigEndian(data.size(), 4) + name + data + "CRC.";
 }
-std::string Png(const std::string& chunks) { return "\x89PNG\r\n\x1A\n" + PngChunk("IHDR", std::string(13, 'h')) + chunks; }
+std::string Png(const std::string& chunks) {
+  return "\x89PNG\r\n\x1A\n" + PngChunk("IHDR", std::string(13, 'h')) + chunks;
+}
 
 std::string RiffChunk(const std::string& name, const std::string& data) {
   return name + LittleEndian32(data.size()) + data + std::string(data.size() % 2, '\0');
 }
-std::string Webp(const std::string& chunks) { return "RIFF" + LittleEndian32(chunks.size() + 4) + "WEBP" + chunks; }
+std::string Webp(const std::string& chunks) {
+  return "RIFF" + LittleEndian32(chunks.size() + 4) + "WEBP" + chunks;
+}
 
 std::string Tiff(std::uint16_t orientation, const std::string& description) {
-  return TiffBuilder(ByteOrder::kLittleEndian).Short(0x0112, orientation).Text(0x010E, description).Build();
+  return TiffBuilder(ByteOrder::kLittleEndian)
+      .Short(0x0112, orientation)
+      .Text(0x010E, description)
+      .Build();
 }
 
 PictureMetadata Read(const std::string& file) { return ReadPictureMetadata(AsBytes(file)); }
 
 TEST(PictureMetadata, JpegIsReadBehindOtherSegments) {
-  const PictureMetadata metadata = Read(Jpeg(Segment('\xE0', "JFIF") + ExifSegment(Tiff(6, "Mill"))));
+  const PictureMetadata metadata =
+      Read(Jpeg(Segment('\xE0', "JFIF") + ExifSegment(Tiff(6, "Mill"))));
   EXPECT_EQ(metadata.orientation, 6);
   EXPECT_EQ(metadata.description, "Mill");
 }
 
 TEST(PictureMetadata, FillBytesAndMarkersWithoutLengthArePassedOver) {
-  EXPECT_EQ(Read(Jpeg(std::string("\xFF\xFF\xFF\x01", 4) + ExifSegment(Tiff(8, "x")))).orientation, 8);
+  EXPECT_EQ(Read(Jpeg(std::string("\xFF\xFF\xFF\x01", 4) + ExifSegment(Tiff(8, "x")))).orientation,
+            8);
 }
 
 TEST(PictureMetadata, FirstExifSegmentCounts) {
@@ -69,21 +80,26 @@ TEST(PictureMetadata, SegmentsBehindTheScanAreNotRead) {
 
 TEST(PictureMetadata, PngWebpAndTiffAreRead) {
   const std::string tiff = Tiff(5, "Tower");
-  for (const std::string& file : {Png(PngChunk("eXIf", tiff)), Webp(RiffChunk("VP8 ", "odd") + RiffChunk("EXIF", tiff)),
-                                  Webp(RiffChunk("EXIF", std::string("Exif\0\0", 6) + tiff)), tiff}) {
+  for (const std::string& file :
+       {Png(PngChunk("eXIf", tiff)), Webp(RiffChunk("VP8 ", "odd") + RiffChunk("EXIF", tiff)),
+        Webp(RiffChunk("EXIF", std::string("Exif\0\0", 6) + tiff)), tiff}) {
     EXPECT_EQ(Read(file).orientation, 5);
     EXPECT_EQ(Read(file).description, "Tower");
   }
 }
 
 TEST(PictureMetadata, IptcCaptionGoesBeforeExif) {
-  EXPECT_EQ(Read(Jpeg(ExifSegment(Tiff(1, "DIGITAL CAMERA")) + PhotoshopSegment(PhotoshopBlock("Our holiday")))).description,
+  EXPECT_EQ(Read(Jpeg(ExifSegment(Tiff(1, "DIGITAL CAMERA")) +
+                      PhotoshopSegment(PhotoshopBlock("Our holiday"))))
+                .description,
             "Our holiday");
 }
 
 TEST(PictureMetadata, IptcMayBeSpreadOverSegments) {
   const std::string block = PhotoshopBlock("Our holiday");
-  EXPECT_EQ(Read(Jpeg(PhotoshopSegment(block.substr(0, 9)) + PhotoshopSegment(block.substr(9)))).description, "Our holiday");
+  EXPECT_EQ(Read(Jpeg(PhotoshopSegment(block.substr(0, 9)) + PhotoshopSegment(block.substr(9))))
+                .description,
+            "Our holiday");
 }
 
 TEST(PictureMetadata, BlankTextsGiveWayToTheNext) {
@@ -93,7 +109,8 @@ TEST(PictureMetadata, BlankTextsGiveWayToTheNext) {
                                .InExifDirectory()
                                .Raw(0x9286, 7, static_cast<std::uint32_t>(comment.size()), comment)
                                .Build();
-  EXPECT_EQ(Read(Jpeg(ExifSegment(tiff) + PhotoshopSegment(PhotoshopBlock(" \r\n")))).description, "From the comment");
+  EXPECT_EQ(Read(Jpeg(ExifSegment(tiff) + PhotoshopSegment(PhotoshopBlock(" \r\n")))).description,
+            "From the comment");
 }
 
 TEST(PictureMetadata, OtherKindsOfFileHaveNone) {
@@ -105,8 +122,8 @@ TEST(PictureMetadata, OtherKindsOfFileHaveNone) {
 
 TEST(PictureMetadata, EveryCutIsTakenWithoutHarm) {
   const std::string tiff = Tiff(6, "Mill");
-  for (const std::string& whole :
-       {Jpeg(ExifSegment(tiff) + PhotoshopSegment(PhotoshopBlock("x"))), Png(PngChunk("eXIf", tiff)), Webp(RiffChunk("EXIF", tiff))}) {
+  for (const std::string& whole : {Jpeg(ExifSegment(tiff) + PhotoshopSegment(PhotoshopBlock("x"))),
+                                   Png(PngChunk("eXIf", tiff)), Webp(RiffChunk("EXIF", tiff))}) {
     ASSERT_EQ(Read(whole).orientation, 6);
     for (std::size_t size = 0; size < whole.size(); ++size) {
       const int orientation = Read(whole.substr(0, size)).orientation;

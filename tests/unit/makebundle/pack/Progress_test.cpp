@@ -7,7 +7,8 @@ namespace {
 class Progress : public testing::Test {
  protected:
   ProgressLine Line(bool onTerminal) {
-    return ProgressLine([this] { return now; }, [this](const std::string& text) { printed += text; }, onTerminal);
+    return ProgressLine([this] { return now; },
+                        [this](const std::string& text) { printed += text; }, onTerminal);
   }
   std::uint64_t now = 5000;
   std::string printed;

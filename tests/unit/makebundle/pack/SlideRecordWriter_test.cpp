@@ -23,7 +23,8 @@ TEST(DimsRecord, ReadsBack) {
 
 TEST(DimsRecord, WholeRecordsAreGood) {
   EXPECT_EQ(FaultOfDimsRecord(EncodeSlideDims({1, 2, "a", true, true})), "");
-  EXPECT_EQ(FaultOfDimsRecord(AsBytes({"\1\0\0\0\2\0\0\0a", 10})), "") << "the flags may be missing together";
+  EXPECT_EQ(FaultOfDimsRecord(AsBytes({"\1\0\0\0\2\0\0\0a", 10})), "")
+      << "the flags may be missing together";
 }
 
 TEST(DimsRecord, CutAndOverlongRecordsAreTold) {

@@ -14,10 +14,15 @@ TiffBuilder::TiffBuilder(ByteOrder order) : order_(order) {}
 TiffBuilder& TiffBuilder::Text(std::uint16_t tag, const std::string& text) {
   return Raw(tag, 2, static_cast<std::uint32_t>(text.size() + 1), text + '\0');
 }
-TiffBuilder& TiffBuilder::Short(std::uint16_t tag, std::uint16_t value) { return Raw(tag, 3, 1, Number(value, 2)); }
-TiffBuilder& TiffBuilder::Long(std::uint16_t tag, std::uint32_t value) { return Raw(tag, 4, 1, Number(value, 4)); }
+TiffBuilder& TiffBuilder::Short(std::uint16_t tag, std::uint16_t value) {
+  return Raw(tag, 3, 1, Number(value, 2));
+}
+TiffBuilder& TiffBuilder::Long(std::uint16_t tag, std::uint32_t value) {
+  return Raw(tag, 4, 1, Number(value, 4));
+}
 
-TiffBuilder& TiffBuilder::Raw(std::uint16_t tag, std::uint16_t type, std::uint32_t count, const std::string& value) {
+TiffBuilder& TiffBuilder::Raw(std::uint16_t tag, std::uint16_t type, std::uint32_t count,
+                              const std::string& value) {
   current_->push_back({tag, type, count, value});
   return *this;
 }
@@ -54,7 +59,8 @@ std::string TiffBuilder::Directory(const std::vector<Entry>& entries, std::size_
 }
 
 std::string TiffBuilder::Build() const {
-  const std::string header = (order_ == ByteOrder::kLittleEndian ? "II" : "MM") + Number(42, 2) + Number(kHeaderSize, 4);
+  const std::string header =
+      (order_ == ByteOrder::kLittleEndian ? "II" : "MM") + Number(42, 2) + Number(kHeaderSize, 4);
   if (exif_.empty()) return header + Directory(main_, kHeaderSize);
   std::vector<Entry> entries = main_;
   entries.push_back({0x8769, 4, 1, Number(0, 4)});

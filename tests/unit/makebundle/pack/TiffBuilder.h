@@ -15,7 +15,8 @@ class TiffBuilder {
   TiffBuilder& Text(std::uint16_t tag, const std::string& text);          // ends with a NUL
   TiffBuilder& Short(std::uint16_t tag, std::uint16_t value);
   TiffBuilder& Long(std::uint16_t tag, std::uint32_t value);
-  TiffBuilder& Raw(std::uint16_t tag, std::uint16_t type, std::uint32_t count, const std::string& value);
+  TiffBuilder& Raw(std::uint16_t tag, std::uint16_t type, std::uint32_t count,
+                   const std::string& value);
   TiffBuilder& InExifDirectory();  // what follows goes there
 
   std::string Build() const;
