@@ -17,7 +17,9 @@ constexpr std::size_t kHexLineLength = 4 * kHexBytesPerLine;
 constexpr std::int32_t kMaxIndent = 1023;
 // Worker threads log without a lock, so two may write one of the shared strings
 // at a time. With this much room, and set whole, a string never gives up memory
-// that another thread is reading: lines may mix, nothing worse.
+// that another thread is reading: lines may mix, nothing worse. Set whole means
+// `assign` of another string: from characters it computes with its present length,
+// which the other thread changes meanwhile, and throws.
 constexpr std::size_t kSourceFileRoom = 256;
 constexpr std::size_t kPrefixRoom = kMaxIndent + 2 * kSourceFileRoom;
 
@@ -91,8 +93,9 @@ std::string EmptyWithRoom(std::size_t room) {
   return text;
 }
 
-// "[0123]", and the file's name in front, padded on the left to 12 columns.
-std::string SourcePosition(const std::string& sourceFile, std::int32_t line) {
+// "[0123]", and the file's name in front, padded on the left to 12 columns. Works on a
+// copy of the file, which another thread may be setting.
+std::string SourcePosition(std::string sourceFile, std::int32_t line) {
   char text[16];
   std::snprintf(text, sizeof text, "[%04d]", static_cast<int>(line));
   const std::string file = FileNameOf(sourceFile);
@@ -181,6 +184,11 @@ std::string& Logger::LinePrefix(std::int32_t level) {
                             DateAndTime() +
                             Indentation(indent, indentStep, lineArt ? '\xB3' : '|');
   return prefix.assign(whole);
+}
+
+void Logger::SetSource(const std::string& file, std::int32_t line) {
+  sourceLine = line;
+  sourceFile.assign(file);
 }
 
 bool Logger::IsMasked(std::int32_t level) const {

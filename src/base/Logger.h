@@ -49,6 +49,10 @@ class Logger final {
   // Mark, source position, local time and indentation. The string is static.
   virtual std::string& LinePrefix(std::int32_t level);
 
+  // Says where the next line comes from. Threads may do so at the same time: one of
+  // them wins.
+  void SetSource(const std::string& file, std::int32_t line);
+
   std::string fileName;
   std::string sourceFile;          // set by the caller just before each call
   std::int32_t sourceLine = 0;     // likewise
@@ -91,13 +95,12 @@ class LogFunctionScope {
 
 // The guarded form that every log line goes through. A file that logs defines
 // LOG_SOURCE, its name in the log, before it includes this header.
-#define VELMORA_LOG_CALL(statement)    \
-  do {                                 \
-    if (gLogger) {                     \
-      gLogger->sourceLine = __LINE__;  \
-      gLogger->sourceFile = LOG_SOURCE; \
-      statement;                       \
-    }                                  \
+#define VELMORA_LOG_CALL(statement)             \
+  do {                                          \
+    if (gLogger) {                              \
+      gLogger->SetSource(LOG_SOURCE, __LINE__); \
+      statement;                                \
+    }                                           \
   } while (false)
 
 #define LOG_AT(level, text) VELMORA_LOG_CALL(gLogger->Log(text, level))

@@ -493,7 +493,8 @@ TEST_F(ScopeLog, SurvivesTwoThreads) {
   Forget();
   const auto write = [this] {
     for (int n = 0; n < 200; ++n) {
-      logger_->sourceFile = n % 2 ? "CImgLoadThread.cpp" : "a much longer name than the other.cpp";
+      for (int m = 0; m < 200; ++m)
+        logger_->SetSource(m % 2 ? "CImgLoadThread.cpp" : "a much longer name than that.cpp", m);
       logger_->LogRaw("|");
       logger_->LinePrefix(kLogInfo);
     }
