@@ -94,7 +94,11 @@ void TellAndClear(const Crash& crash) {
 // has next to nothing left, and can only say so and wait. It ends with the process.
 class SpareThread {
  public:
-  SpareThread() : thread_(CreateThread(nullptr, 0, Entry, this, 0, &id_)) {}
+  // A process that ends while the system still begins a thread of it may crash in
+  // that, so the thread is waited for.
+  SpareThread() : thread_(CreateThread(nullptr, 0, Entry, this, 0, &id_)) {
+    if (thread_) WaitForSingleObject(running_.get(), INFINITE);
+  }
 
   bool IsThere() const { return begin_ && thread_; }
   DWORD Id() const { return id_; }
@@ -111,6 +115,7 @@ class SpareThread {
   void Run();
 
   Crash crash_{};
+  const KernelHandle running_{CreateEventA(nullptr, TRUE, FALSE, nullptr)};
   const KernelHandle begin_{CreateEventA(nullptr, FALSE, FALSE, nullptr)};
   DWORD id_ = 0;
   const KernelHandle thread_;
@@ -123,6 +128,7 @@ std::atomic<DWORD> crashedThread = 0;  // the first one
 // The thread that crashed brings the process's end, unless its last bit of stack
 // didn't do even for waiting.
 void SpareThread::Run() {
+  SetEvent(running_.get());
   WaitForSingleObject(begin_.get(), INFINITE);
   TellAndClear(crash_);
   SetEvent(workDone);

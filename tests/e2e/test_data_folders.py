@@ -135,6 +135,13 @@ def test_uninstall_without_a_list_does_nothing(desktop):
     assert desktop.log_bytes() == b""
 
 
+def test_the_shortest_runs_end_whole_side_by_side(desktop):
+    # A program that ends while the system still begins one of its threads may crash in that.
+    for _ in range(12):
+        runs = [desktop.start("uninstall") for _ in range(8)]
+        assert [run.wait_end() for run in runs] == [0] * len(runs)
+
+
 def registered(desktop):
     """The user's entry in the list of data folders: its type and text."""
     raw = desktop.hand.get_raw("HKLM", FOLDERS_KEY, desktop.user())
