@@ -3,6 +3,7 @@
 #include "base/Base64.h"
 #include "base/FileUtilities.h"
 #include "base/FindNoCase.h"
+#include "base/PathParts.h"
 #include "base/win_owned.h"
 #include "net/ParseXML.h"
 #include "net/RequestJob.h"
@@ -61,13 +62,8 @@ std::unique_ptr<char[]> ReadWhole(const char* fileName, std::uint32_t& size) {
   return data;
 }
 
-// A path of any length: the run time's own splitting has an end to its buffers.
 std::string EncodedNameOf(const std::string& dumpFile) {
-  const std::size_t folder = dumpFile.find_last_of("\\/:");
-  const std::size_t name = folder == std::string::npos ? 0 : folder + 1;
-  const std::size_t dot = dumpFile.rfind('.');
-  const bool hasExtension = dot != std::string::npos && dot >= name;
-  return (hasExtension ? dumpFile.substr(0, dot) : dumpFile) + ".b64";
+  return dumpFile.substr(0, dumpFile.size() - ExtensionOf(dumpFile).size()) + ".b64";
 }
 
 // False if either file can't be opened or the text can't be written whole.

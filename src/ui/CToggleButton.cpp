@@ -73,13 +73,7 @@ LRESULT CToggleButton::WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM
   return result;
 }
 
-ToggleButtonList::~ToggleButtonList() {
-  if (First()) {
-    do delete Current();
-    while (Next());
-  }
-  Clear();
-}
+ToggleButtonList::~ToggleButtonList() { DeleteAll(*this); }
 
 void ToggleButtonList::SetPictures(HDC on, HDC off, HDC onMaskPicture, HDC offMaskPicture) {
   onPicture = on;

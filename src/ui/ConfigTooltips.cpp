@@ -56,8 +56,6 @@ void CreateDialogTooltips(HWND hwnd) {
 }
 
 void DestroyTooltips() {
-  if (!gTooltips.First()) return;
-  do DestroyWindow(gTooltips.Current());
-  while (gTooltips.Next());
+  ForEach(gTooltips, DestroyWindow);
   gTooltips.Clear();
 }

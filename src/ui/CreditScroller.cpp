@@ -45,10 +45,9 @@ void CreditScroller::Start() {
   std::srand(kSeed);
   ScatterStars();
   int line = 0;
-  if (credits.First()) do
-      credits.Current().y =
-          static_cast<float>((lineHeight + lineGap) * line++ + clientRect.bottom);
-    while (credits.Next());
+  ForEach(credits, [&](Credit& credit) {
+    credit.y = static_cast<float>((lineHeight + lineGap) * line++ + clientRect.bottom);
+  });
   timer = IntervalTimer();
 }
 
@@ -116,10 +115,10 @@ void CreditScroller::MoveStar(Star& star, float speed, float frames) const {
 }
 
 void CreditScroller::DrawCredits(float frames) {
-  if (credits.First()) do {
-      DrawLine(credits.Current());
-      MoveLine(credits.Current(), frames);
-    } while (credits.Next());
+  ForEach(credits, [&](Credit& credit) {
+    DrawLine(credit);
+    MoveLine(credit, frames);
+  });
 }
 
 // Lines below the view aren't drawn.

@@ -9,10 +9,7 @@ namespace {
 template <class T>
 std::vector<T*> Elements(LinkedList<T*>& list) {
   std::vector<T*> elements;
-  if (list.First()) {
-    do elements.push_back(list.Current());
-    while (list.Next());
-  }
+  ForEach(list, [&](T* element) { elements.push_back(element); });
   return elements;
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/FileUtilities.h"
 #include "base/FindNoCase.h"
+#include "base/PathParts.h"
 #include "base/win_owned.h"
 #include "reporterr/Processes.h"
 
@@ -49,7 +50,7 @@ std::vector<DWORD> OwnersOfFolders(const std::string& temporary) {
   return owners;
 }
 
-std::string FolderOf(const std::string& temporary, DWORD process) {
+std::string FolderOfTool(const std::string& temporary, DWORD process) {
   return temporary + kFolderName.data() + std::to_string(process);
 }
 
@@ -63,7 +64,7 @@ void RemoveLeftovers(const std::string& temporary) {
   for (const DWORD owner : owners) {
     const Process* const process = FindProcess(running, owner);
     if (!process || !EqualNoCase(process->program, self->program))
-      RemoveFolder(FolderOf(temporary, owner));
+      RemoveFolder(FolderOfTool(temporary, owner));
   }
 }
 
@@ -72,13 +73,13 @@ void RemoveLeftovers(const std::string& temporary) {
 ReportCopies::ReportCopies() {
   const std::string temporary = TemporaryFolder();
   RemoveLeftovers(temporary);
-  folder_ = FolderOf(temporary, GetCurrentProcessId()) + "\\";
+  folder_ = FolderOfTool(temporary, GetCurrentProcessId()) + "\\";
   CreateDirectoryA(folder_.c_str(), nullptr);
   DeleteFolderContents(folder_.c_str());
 }
 
 std::string ReportCopies::Copy(const std::string& file) const {
-  const std::string copy = folder_ + file.substr(file.rfind('\\') + 1);
+  const std::string copy = folder_ + std::string(FileNameOf(file));
   if (CopyFileA(file.c_str(), copy.c_str(), FALSE)) return copy;
   DeleteFileA(copy.c_str());  // the piece that there was room for
   return FileExists(file.c_str()) ? file : "";
