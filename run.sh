@@ -60,7 +60,7 @@ parse() {
 build() {
   say "building"
   [ -f build/windows-release/build.ninja ] || cmake --preset windows-release
-  cmake --build --preset windows-release --target dist
+  cmake --build --preset windows-release --target "$1"
 }
 
 # --- The prefix that the show runs in
@@ -216,9 +216,9 @@ wait_for_end() {
 
 parse "$@"
 tools/setup.sh
-build
+build "$([ "$only_build" = 1 ] && echo installer || echo dist)"
 if [ "$only_build" = 1 ]; then
-  say "built: build/dist"
+  say "built: build/dist, and build/installer/Velmora2-Setup.exe that installs it"
 elif has_display; then
   run_on_display
 elif [ "$config" = 1 ]; then

@@ -2,6 +2,9 @@
 set(VELMORA_SKIN_DIR "${CMAKE_BINARY_DIR}/content/skin/members")
 set(VELMORA_SKIN_STAMP "${CMAKE_BINARY_DIR}/content/skin/members.stamp")
 set(VELMORA_SKIN_REGION "${CMAKE_BINARY_DIR}/content/skin/outline.rgn")
+# And content/icon.
+set(VELMORA_ICON_DIR "${CMAKE_BINARY_DIR}/content/icon")
+set(VELMORA_ICON "${VELMORA_ICON_DIR}/velmora2.ico")
 
 # velmora_wears_skin(target): a program of ours that shows the configuration
 # window. Call it before velmora_ship: what ships gets the pictures behind it,

@@ -15,6 +15,8 @@ PACKAGES=(
   libjpeg62-turbo-dev libpng-dev libwebp-dev libgif-dev libmpg123-dev libvorbis-dev
   # The drawings of the configuration window, and their typeface
   librsvg2-bin fontconfig fonts-lato
+  # The installer
+  nsis
   # Running the program: Wine, a display without a screen, the tools to look at it
   wine wine64 wine32:i386
   xvfb xdotool x11-utils x11-xserver-utils xserver-xorg-core

@@ -16,6 +16,10 @@ def install_folder():
     return _place("VELMORA_DIST_DIR", "build/dist")
 
 
+def installer():
+    return _place("VELMORA_INSTALLER", "build/installer/Velmora2-Setup.exe")
+
+
 def deskhand():
     return _place("VELMORA_DESKHAND", "build/windows-release/tests/e2e/helpers/deskhand.exe")
 
