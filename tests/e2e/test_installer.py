@@ -210,6 +210,17 @@ def test_nothing_is_touched_while_the_saver_runs(installed):
     assert (installed.folder / "chk.sum").exists()
 
 
+def test_a_file_that_cannot_be_written_is_told(machine):
+    (machine.folder / "fmod.dll").mkdir(parents=True)
+    assert machine.install() == 2
+    assert machine.registered(), "what is there can be taken away"
+    machine.uninstall()
+    assert [p.name for p in machine.folder.iterdir()] == ["fmod.dll"]
+    assert machine.install() == 2
+    (machine.folder / "fmod.dll").rmdir()
+    assert machine.install() == 0
+
+
 def page(desktop):
     """The installer's window, or None."""
     return next((w for w in desktop.hand.boxes() if w["text"].strip() == TITLE

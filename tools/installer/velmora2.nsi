@@ -5,7 +5,8 @@
 ;   Velmora2-Setup.exe /S         asks nothing; /D=C:\folder, last and unquoted, names the folder
 ;   uninst.exe /S                 asks nothing either
 ;
-; The exit status is 2 if the saver runs and nobody can be asked to end it.
+; The exit status is 2 if the saver runs and nobody can be asked to end it, or if a
+; file can't be written.
 ;
 ; The build gives DIST, the install folder; ART, the folder of the pictures; ICON;
 ; VERSION and VERSION_NUMBERS; OUTPUT.
@@ -125,6 +126,7 @@ Section "${PRODUCT}"
   Call KeepOwnPictures
   SetShellVarContext all
 
+  ClearErrors  ; without a user to ask, a file that can't be written only leaves this mark
   SetOutPath "$INSTDIR"
   File "${DIST}/Velmora2.scr"
   File "${DIST}/Velmora2.exe"
@@ -142,6 +144,10 @@ Section "${PRODUCT}"
   ; Windows lists the savers of its own folder; the check after a crash wants this one, too.
   SetOutPath "$WINDIR"
   File "${DIST}/Velmora2.scr"
+  StrCpy $8 0
+  ${If} ${Errors}
+    StrCpy $8 1
+  ${EndIf}
   SetOutPath "$INSTDIR"
 
   CreateDirectory "$SMPROGRAMS\${PRODUCT}"
@@ -150,6 +156,10 @@ Section "${PRODUCT}"
   CreateShortcut "$SMPROGRAMS\${PRODUCT}\Uninstall.lnk" "$INSTDIR\uninst.exe"
 
   Call RegisterUninstaller
+  ${If} $8 = 1
+    MessageBox MB_ICONSTOP "Not all files of ${PRODUCT} could be written. Please install it again." /SD IDOK
+    Abort
+  ${EndIf}
   ; Every user may add the folder of his data to a list; only full rights can open it for that.
   ExecWait '"$INSTDIR\Velmora2.exe" initialsecurity'
 SectionEnd
