@@ -10,10 +10,12 @@
 # out/show.png, and the program's log, out/VelmoraLog.txt.
 #
 #   --build          only build
-#   --fast           fast mode: draw without Direct3D, for weak machines
+#   --fast           fast mode: draw without Direct3D, for weak machines; for this
+#                    show alone, whatever is set
 #   --pictures DIR   show the pictures in DIR
 #   --config         open the settings instead of the show; needs a display
-#   --seconds N      without a display: watch the show for N seconds
+#   --seconds N      without a display: watch the show for N seconds; the exit
+#                    status is 1 if fewer than two pictures came in that time
 #   --out DIR        where the sheet and the log go; out/ unless told
 #   --size WxH       on a display: the show in a window of that size;
 #                    without one: the size of the screen, 1024x768 unless told
@@ -51,8 +53,10 @@ parse() {
     esac
     shift
   done
-  [[ -z $seconds || $seconds =~ ^[0-9]+$ ]] || fail "--seconds takes a whole number, not '$seconds'"
-  [[ -z $size || $size =~ ^[1-9][0-9]*x[1-9][0-9]*$ ]] || fail "--size takes something like 1024x768, not '$size'"
+  [[ -z $seconds || $seconds =~ ^[0-9]+$ ]] ||
+    fail "--seconds takes a whole number, not '$seconds'"
+  [[ -z $size || $size =~ ^[1-9][0-9]*x[1-9][0-9]*$ ]] ||
+    fail "--size takes something like 1024x768, not '$size'"
   [ -z "$pictures" ] || [ -d "$pictures" ] || fail "there is no folder $pictures"
   [ -z "$seconds" ] || wanted_pictures=2
 }
@@ -67,7 +71,7 @@ build() {
 
 prefix=
 select_prefix() {
-  prefix=$PWD/build/wine/$1
+  prefix=${VELMORA_WINE_DIR:-$PWD/build/wine}/$1
   tools/wine-prefix.sh ensure "$prefix"
   eval "$(tools/wine-prefix.sh env "$prefix")"
 }
@@ -75,8 +79,30 @@ select_prefix() {
 readonly settings_key='HKCU\Software\Tarnwick\TarnwickSaver\Velmora2'
 store() { wine reg add "$settings_key" /v "$1" /t "$2" /d "$3" /f > /dev/null; }
 
-# Stored either way: the prefix remembers what the last run was told.
-store_settings() { store FastMode REG_DWORD "$fast"; }
+# Type and value of a stored number; nothing if there is none.
+stored() {
+  wine reg query "$settings_key" /v "$1" 2> /dev/null |
+    tr -d '\r' | awk -v name="$1" '$1 == name { print $2, $3 }' || true
+}
+
+# A setting for this run alone. What stood there comes back at the end.
+declare -A kept=()
+borrow() {
+  kept[$1]=$(stored "$1")
+  store "$1" REG_DWORD "$2"
+}
+
+give_back() {
+  local name type value
+  for name in "${!kept[@]}"; do
+    read -r type value <<< "${kept[$name]}"
+    if [ -n "$value" ]; then
+      store "$name" "$type" "$value"
+    else
+      wine reg delete "$settings_key" /v "$name" /f > /dev/null
+    fi
+  done
+}
 
 # --- What is shown: the install folder, or one like it with the user's pictures
 
@@ -101,24 +127,26 @@ pack_pictures() {
 # The lines of the list's part [image] that begin with a number.
 count_pictures() {
   wine "$folder/MakeBundle.exe" list "$(winepath -w "$folder/images.bdl")" |
-    awk '/^\[/ { part = $1 } part ~ /^\[image\]/ && $1 ~ /^[0-9]+$/ { count++ } END { print count + 0 }'
+    awk '/^\[/ { part = $1 }
+      part ~ /^\[image\]/ && $1 ~ /^[0-9]+$/ { count++ }
+      END { print count + 0 }'
 }
 
 prepare() {
   select_prefix "$1"
-  store_settings
   [ -z "$pictures" ] || pack_pictures
-  [ -f "$folder/images.bdl" ] || fail "$folder/images.bdl is missing: the build didn't pack the pictures"
+  [ -f "$folder/images.bdl" ] ||
+    fail "$folder/images.bdl is missing: the build didn't pack the pictures"
   # An installer's copy; the program looks for it after a failure.
   cp "$folder/Velmora2.scr" "$prefix/drive_c/windows/"
 }
 
-# Ends with this script, however that ends: the programs in the prefix, and the
-# display if it is ours.
-display_pid= work= kept_music=
+# Ends with this script, however that ends: what was set for it, the programs in
+# the prefix, and the display if it is ours.
+display_pid= work=
 clean_up() {
   trap - EXIT INT TERM
-  [ -z "$kept_music" ] || store PlayMusic REG_DWORD "$kept_music" || true
+  give_back || true
   [ -z "$prefix" ] || tools/wine-prefix.sh stop "$prefix" || true
   [ -z "$display_pid" ] || kill "$display_pid" 2> /dev/null || true
   [ -z "$work" ] || rm -rf "$work"
@@ -135,34 +163,39 @@ has_display() { [ -n "${DISPLAY:-}" ] && xdpyinfo > /dev/null 2>&1; }
 # server, nor wait for one that hangs.
 has_sound() {
   local sink
-  sink=$(PULSE_CLIENTCONFIG=<(echo "autospawn = no") timeout 3 pactl get-default-sink 2> /dev/null) || sink=
+  sink=$(PULSE_CLIENTCONFIG=<(echo "autospawn = no") timeout 3 \
+    pactl get-default-sink 2> /dev/null) || sink=
   [[ -n $sink && $sink != auto_null ]] || compgen -G '/dev/snd/pcm*p' > /dev/null
 }
 
 # Without a device the program would say so in a box that somebody has to close.
-# The setting comes back at the end.
 do_without_music() {
   say "there is no sound device here: the show is silent"
-  kept_music=$(wine reg query "$settings_key" /v PlayMusic 2> /dev/null |
-    tr -d '\r' | awk '$1 == "PlayMusic" { print $3 }') || true
-  kept_music=${kept_music:-1}
-  store PlayMusic REG_DWORD 0
+  borrow PlayMusic 0
+}
+
+# In the background, so that a signal to this script is heeded at once.
+start_program() {
+  local desktop=()
+  [ -z "$size" ] || desktop=(explorer "/desktop=Velmora,$size")
+  wine "${desktop[@]}" "$folder/Velmora2.scr" "$1" &
+  wait $!
+}
+
+configure() {
+  prepare show
+  say "opening the settings; OK stores them, and every show here keeps to them"
+  start_program /c
 }
 
 run_on_display() {
   local sound=1
-  has_sound || sound=0
+  has_sound || sound=0  # asked of the user's own surroundings, before the prefix's
   prepare show
-  local desktop=() what=/s
-  [ -z "$size" ] || desktop=(explorer "/desktop=Velmora,$size")
-  if [ "$config" = 1 ]; then
-    what=/c
-  elif [ "$sound" = 0 ]; then
-    do_without_music
-  fi
+  [ "$fast" = 0 ] || borrow FastMode 1
+  [ "$sound" = 1 ] || do_without_music
   say "starting; the arrow keys steer the music, any other key, a click or the mouse ends the show"
-  wine "${desktop[@]}" "$folder/Velmora2.scr" "$what" &
-  wait $!
+  start_program /s
 }
 
 # --- Without one
@@ -186,6 +219,7 @@ log_file() { echo "$prefix/drive_c/users/$USER/AppData/Roaming/Tarnwick/Velmora2
 run_unseen() {
   start_display
   prepare sheet
+  store FastMode REG_DWORD "$fast"
   store ImageDelay REG_SZ 2.500000
   store PlayMusic REG_DWORD 0
   store ShowCaptions REG_DWORD 1
@@ -220,7 +254,7 @@ build "$([ "$only_build" = 1 ] && echo installer || echo dist)"
 if [ "$only_build" = 1 ]; then
   say "built: build/dist, and build/installer/Velmora2-Setup.exe that installs it"
 elif has_display; then
-  run_on_display
+  if [ "$config" = 1 ]; then configure; else run_on_display; fi
 elif [ "$config" = 1 ]; then
   fail "the settings need a display, and there is none (DISPLAY is '${DISPLAY:-}')"
 else
