@@ -37,7 +37,7 @@ function(velmora_ship target)
   get_target_property(skin ${target} VELMORA_SKIN)
   if(skin)
     set(glue_skin COMMAND
-      "${CMAKE_SOURCE_DIR}/tools/wine-prefix.sh" run "${CMAKE_SOURCE_DIR}/build/wine/tools"
+      "${CMAKE_SOURCE_DIR}/tools/wine-prefix.sh" tool
       wine "${VELMORA_DIST_DIR}/MakeBundle.exe" append "${shipped}" --category skin "${skin}")
   endif()
   set(second_name)

@@ -5,12 +5,14 @@
 #   tools/wine-prefix.sh template            make the template if it isn't there; print its folder
 #   tools/wine-prefix.sh clone DIR           a fresh clone in DIR; what stood there goes
 #   tools/wine-prefix.sh ensure DIR          a clone in DIR unless there is one; its settings stay
-#   tools/wine-prefix.sh env DIR             print the shell lines that select the prefix DIR, for eval
+#   tools/wine-prefix.sh env DIR             print the shell lines that select DIR, for eval
 #   tools/wine-prefix.sh run DIR CMD ...     ensure DIR, then run CMD with that environment
+#   tools/wine-prefix.sh tool CMD ...        the same in a prefix beside the template, for
+#                                            the programs of our own that the build runs
 #   tools/wine-prefix.sh stop DIR            end everything that still runs in DIR
 #
-# The template lies in build/wine/template; VELMORA_WINE_DIR names another
-# folder in place of build/wine. Any number of these may run at once. Nothing
+# The template lies in build/wine/template; VELMORA_WINE_DIR, an absolute path, names
+# another folder in place of build/wine. Any number of these may run at once. Nothing
 # here reads or writes ~/.wine or any other file of the user's home.
 set -euo pipefail
 
@@ -90,8 +92,10 @@ build_template() {
     unset DISPLAY
     template_settings > "$fresh/settings.reg"
     wineboot -i && wine regedit /S "Z:${fresh//\//\\}\\settings.reg" && wineserver -w
-  ) < /dev/null > "$wine_dir/template.log" 2>&1 || fail "wineboot failed; see $wine_dir/template.log"
-  grep -q '"Managed"="N"' "$fresh/user.reg" || fail "the template didn't take its settings; see $wine_dir/template.log"
+  ) < /dev/null > "$wine_dir/template.log" 2>&1 ||
+    fail "wineboot failed; see $wine_dir/template.log"
+  grep -q '"Managed"="N"' "$fresh/user.reg" ||
+    fail "the template didn't take its settings; see $wine_dir/template.log"
   rm "$fresh/settings.reg"
   unlink_home "$fresh"
   recipe > "$fresh/.recipe"
@@ -160,24 +164,28 @@ stop_prefix() {
   wineserver -w
 }
 
+run_in() {
+  local prefix=$1
+  shift
+  ensure_clone "$prefix"
+  select_prefix "$prefix"
+  exec "$@"
+}
+
 absolute() { [[ $1 = /* ]] && echo "$1" || echo "$PWD/$1"; }
 
-[ $# -ge 1 ] || fail "usage: template | clone DIR | ensure DIR | env DIR | run DIR CMD... | stop DIR"
+[ $# -ge 1 ] ||
+  fail "usage: template | clone DIR | ensure DIR | env DIR | run DIR CMD... | tool CMD... | stop DIR"
 action=$1
 shift
-[ "$action" = template ] || [ $# -ge 1 ] || fail "$action needs a folder"
+[ "$action" = template ] || [ $# -ge 1 ] || fail "$action needs a folder or a command"
 case $action in
   template) ensure_template; echo "$template" ;;
   clone) fresh_clone "$(absolute "$1")" ;;
   ensure) ensure_clone "$(absolute "$1")" ;;
   env) print_environment "$(absolute "$1")" ;;
-  run)
-    prefix=$(absolute "$1")
-    shift
-    ensure_clone "$prefix"
-    select_prefix "$prefix"
-    exec "$@"
-    ;;
+  run) run_in "$(absolute "$1")" "${@:2}" ;;
+  tool) run_in "$wine_dir/tools" "$@" ;;
   stop) stop_prefix "$(absolute "$1")" ;;
   *) fail "unknown action $action" ;;
 esac
