@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs everything that building, running and testing Velmora 2 takes on a
-# Debian machine. Run as root, or as a user who may sudo. Running it again on a
+# Debian 12 machine. Run as root, or as a user who may sudo. Running it again on a
 # machine that has it all costs well under a second and needs no network.
 set -euo pipefail
 
@@ -37,7 +37,8 @@ say() { printf 'setup: %s\n' "$*"; }
 missing_packages() {
   local wanted
   for wanted in "${PACKAGES[@]}"; do
-    dpkg-query -W -f='${db:Status-Status}\n' "$wanted" 2>/dev/null | grep -qx installed || echo "$wanted"
+    dpkg-query -W -f='${db:Status-Status}\n' "$wanted" 2>/dev/null | grep -qx installed ||
+      echo "$wanted"
   done
 }
 
@@ -57,16 +58,29 @@ update_index() { as_root apt-get update -q || say "apt-get update reported error
 install() {
   local release
   release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "$@" ||
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends -t "$release" "$@"
+  apt_install "$@" || apt_install -t "$release" "$@"
 }
 
-command -v apt-get >/dev/null || { say "this set-up knows Debian and its relatives only"; exit 1; }
+apt_install() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "$@"
+}
+
+# The reason is in apt's own words: a name that this system doesn't have, an archive
+# out of reach, a full disk.
+fail_to_install() {
+  local system
+  system=$(. /etc/os-release && echo "$PRETTY_NAME")
+  say "apt couldn't install these packages, and says above why: $*"
+  say "the names are those of Debian 12 (bookworm); this machine has $system"
+  exit 1
+} >&2
+
+command -v apt-get >/dev/null || { say "this set-up knows Debian 12 only, and here is no apt-get"; exit 1; }
 mapfile -t missing < <(missing_packages)
 if [ "${#missing[@]}" -gt 0 ]; then
   say "installing ${#missing[@]} packages: ${missing[*]}"
   dpkg --print-foreign-architectures | grep -qx i386 || as_root dpkg --add-architecture i386
   update_index
-  install "${missing[@]}"
+  install "${missing[@]}" || fail_to_install "${missing[@]}"
 fi
 say "all packages are in place"
