@@ -4,7 +4,7 @@
 #   ./test.sh                      all of them
 #   ./test.sh unit                 one layer: native, unit, e2e or content; several may be named
 #   ./test.sh unit -R slideshow    what follows goes to ctest
-#   GTEST_FILTER='Wipes*' ./test.sh unit   the unit tests of these names
+#   GTEST_FILTER='*Wipes*' ./test.sh unit   the unit tests of these names
 #   ./test.sh e2e -k wallpaper     what follows e2e goes to pytest, unless it starts with -R
 #
 # The last lines are ctest's (or pytest's) summary; the exit status says whether
@@ -13,6 +13,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 say() { printf 'test: %s\n' "$*"; }
+fail() { printf 'test: %s\n' "$*" >&2; exit 1; }
 usage() { sed -n '2,11s/^# \{0,1\}//p' "$0"; }
 
 layers=()
@@ -31,6 +32,16 @@ fi
 
 wants() { [[ " ${layers[*]} " = *" $1 "* ]]; }
 
+# What follows the layers are options. A slip is told before anything is built.
+check_options() {
+  case ${1:--} in
+    -k*) [ "${layers[*]}" = e2e ] || fail "-k is pytest's, for e2e alone: ./test.sh e2e $*" ;;
+    -*) ;;
+    *) fail "there is no layer '$1'; the layers are native, unit, content and e2e" ;;
+  esac
+}
+check_options "$@"
+
 build() {
   local preset=$1
   say "building $preset"
@@ -40,8 +51,14 @@ build() {
 
 tools/setup.sh
 trees=()
-if wants unit || wants content || wants e2e; then build windows-release; trees+=(windows-release); fi
-if wants native; then build host-asan; trees+=(host-asan); fi
+if wants unit || wants content || wants e2e; then
+  build windows-release
+  trees+=(windows-release)
+fi
+if wants native; then
+  build host-asan
+  trees+=(host-asan)
+fi
 
 if [ "${layers[*]}" = e2e ] && [ $# -gt 0 ] && [ "$1" != -R ]; then
   say "running the end-to-end tests that '$*' selects"
