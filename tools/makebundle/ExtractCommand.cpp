@@ -56,10 +56,10 @@ void ExtractMember(const Options& options, VFFILECAT& category, VFFILE& file) {
   if (!bytes)
     throw FaultOf(Printable(Utf8FromAnsi(file.name)),
                   "the member can't be read, the bundle is damaged");
-  if (!options.overwrite && FileExists(path))
+  if (!options.overwrite && PathIsTaken(path))
     throw FaultOf(path, "there is such a file already; --overwrite replaces it");
   MakeFolders(folder);
-  StagedFile output(path);
+  StagedFile output(path, OldPart::kKept);
   output.Write(bytes.Get());
   output.Close();
   output.Commit(options.overwrite);

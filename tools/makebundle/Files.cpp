@@ -34,6 +34,24 @@ KernelHandle OpenForReading(const std::string& path) {
   return file;
 }
 
+// Nobody else may open it meanwhile.
+KernelHandle MakePart(const std::string& part, DWORD disposition) {
+  return OwnFile(CreateFileW(WideFromUtf8(part).c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
+                             disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// The same by the first name that is free: `part`, or that with a number behind
+// it, to which `part` is then set.
+KernelHandle MakeFreePart(std::string& part) {
+  constexpr int kMostTries = 100;
+  const std::string first = part;
+  for (int n = 1;; ++n) {
+    KernelHandle file = MakePart(part, CREATE_NEW);
+    if (file || n == kMostTries || GetLastError() != ERROR_FILE_EXISTS) return file;
+    part = first + std::to_string(n);
+  }
+}
+
 // Has the system delete the file when its last handle goes, however the
 // process ends, or not. Where the system has no such call (before Windows
 // Vista), a killed process leaves its file behind.
@@ -88,12 +106,11 @@ std::vector<unsigned char> ReadFileStart(const std::string& path, std::uint64_t 
   return InputFile(path).Read(size);
 }
 
-StagedFile::StagedFile(const std::string& path) : path_(path), part_(path + ".part") {
+StagedFile::StagedFile(const std::string& path, OldPart old) : path_(path), part_(path + ".part") {
   const DWORD attributes = GetFileAttributesW(WideFromUtf8(path).c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_DIRECTORY)
     throw FaultOf(path, "is a folder");
-  handle_ = OwnFile(CreateFileW(WideFromUtf8(part_).c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
-                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  handle_ = old == OldPart::kReplaced ? MakePart(part_, CREATE_ALWAYS) : MakeFreePart(part_);
   if (!handle_) throw SystemFault(part_, "can't be made");
   present_ = true;
   SetDeleteOnClose(handle_.get(), true);
@@ -159,7 +176,7 @@ void MakeFolders(const std::string& folder) {
   }
 }
 
-bool FileExists(const std::string& path) {
+bool PathIsTaken(const std::string& path) {
   return GetFileAttributesW(WideFromUtf8(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 

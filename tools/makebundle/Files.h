@@ -32,19 +32,27 @@ std::vector<unsigned char> ReadWholeFile(const std::string& path, std::uint64_t 
 // Its first bytes, at most `size`.
 std::vector<unsigned char> ReadFileStart(const std::string& path, std::uint64_t size);
 
+// What happens to a file that has the name of the one beside already.
+enum class OldPart {
+  kReplaced,  // a run that was killed has left it
+  kKept       // it may be anybody's: a number goes behind the new one's name
+};
+
 // What is to become the file `path`. The bytes go to a file beside it,
 // `path`.part, which takes the name at Commit. Until then, whatever stood at
-// `path` stays as it was, and if the program fails or is killed, the file
-// beside it goes away.
+// `path` stays as it was, and if the program fails, the file beside it goes
+// away; so it does if the program is killed while it writes. Between Close and
+// Commit a killed program leaves it behind.
 class StagedFile : public ByteSink {
  public:
-  explicit StagedFile(const std::string& path);
+  explicit StagedFile(const std::string& path, OldPart old = OldPart::kReplaced);
   ~StagedFile() override;
   StagedFile(const StagedFile&) = delete;
   StagedFile& operator=(const StagedFile&) = delete;
 
   void Write(Bytes bytes) override;
-  // Ends the writing, so that others can read what is there.
+  // Ends the writing, so that others can read what is there: the system can't
+  // be told any more to delete the file if the program is killed.
   void Close();
   // Closed, not yet renamed.
   const std::string& PartPath() const { return part_; }
@@ -70,7 +78,8 @@ std::vector<FolderEntry> ListFolder(const std::string& folder);
 // Makes the folder and those above it, as far as they are missing.
 void MakeFolders(const std::string& folder);
 
-bool FileExists(const std::string& path);
+// True for a folder, too.
+bool PathIsTaken(const std::string& path);
 std::string FullPath(const std::string& path);
 std::string Joined(const std::string& folder, const std::string& name);
 

@@ -85,6 +85,39 @@ TEST_F(Extract, FilesThatAreThereStayUnlessAskedFor) {
   EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a"), BytesOf("new"));
 }
 
+// The bytes of `a` are gathered beside it, by a name such as `a.part`.
+TEST_F(Extract, AMemberNamedLikeAStagingFileStays) {
+  const std::string bundle = WriteBundle(support::BundleWriter()
+                                             .Category("one")
+                                             .Member("a.part", "first")
+                                             .Member("a.PART1", "second")
+                                             .Member("a", "third"));
+  const RunResult run = RunMakeBundle({"extract", bundle, target});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("3 members extracted"));
+  EXPECT_THAT(Extracted(), ElementsAre("one", "one/a", "one/a.PART1", "one/a.part"));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a.part"), BytesOf("first"));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a.PART1"), BytesOf("second"));
+  EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a"), BytesOf("third"));
+}
+
+TEST_F(Extract, AFileNamedLikeAStagingFileStays) {
+  const std::string bundle =
+      WriteBundle(support::BundleWriter().Category("one").Member("a", "a").Member("b", "b"));
+  temp.MakeFolder("to");
+  temp.MakeFolder("to\\one");
+  temp.MakeFolder("to\\one\\b.part");
+  temp.Write("to\\one\\a.part", BytesOf("mine"));
+  for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"--overwrite"}}) {
+    std::vector<std::string> arguments{"extract", bundle, target};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const RunResult run = RunMakeBundle(arguments);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_THAT(Extracted(), ElementsAre("one", "one/a", "one/a.part", "one/b", "one/b.part"));
+    EXPECT_EQ(support::ReadWholeFile(target + "\\one\\a.part"), BytesOf("mine"));
+  }
+}
+
 const char* const kHostileNames[] = {"..\\evil",
                                      "../evil",
                                      "..\\..\\evil",

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace {
 
 using testing::HasSubstr;
@@ -81,13 +83,27 @@ TEST(StagedFile, WithoutCommitNothingIsLeft) {
     file.Close();
   }
   EXPECT_EQ(support::ReadWholeFile(path), support::BytesOf("old"));
-  EXPECT_FALSE(FileExists(path + ".part"));
+  EXPECT_FALSE(PathIsTaken(path + ".part"));
 }
 
 TEST(StagedFile, TwoAtOnceForOnePlaceAreRefused) {
   const support::TempFolder temp;
   const StagedFile first(temp.File("a"));
   EXPECT_THROW(StagedFile second(temp.File("a")), PackError);
+}
+
+TEST(StagedFile, NamesForTheFileBesideComeToAnEnd) {
+  const support::TempFolder temp;
+  const std::string taken = temp.Write("a.part", support::BytesOf("theirs"));
+  try {
+    std::vector<std::unique_ptr<StagedFile>> files;
+    while (files.size() < 1'000)
+      files.push_back(std::make_unique<StagedFile>(temp.File("a"), OldPart::kKept));
+    ADD_FAILURE() << "it never gives up";
+  } catch (const PackError& fault) {
+    EXPECT_THAT(fault.what(), HasSubstr("a.part"));
+  }
+  EXPECT_EQ(support::ReadWholeFile(taken), support::BytesOf("theirs"));
 }
 
 }  // namespace
