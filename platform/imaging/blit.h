@@ -7,10 +7,11 @@
 
 namespace imaging {
 
-// Pixels as a Picture has them: `width` by `height` of them, the rows
-// `rowPixels` apart.
+// Pixels as a Picture has them: from column `left` on `width` of each of
+// `height` rows, which are `rowPixels` long. All of these rows can be read.
 struct PixelBlock {
-  const std::uint8_t* bits;
+  const std::uint8_t* rows;  // where the first one begins
+  int left;
   int width;
   int height;
   int rowPixels;

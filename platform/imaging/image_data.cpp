@@ -83,7 +83,7 @@ bool StretchPicture(const Picture& picture, HDC hdc, int x, int y, const Scaling
                     const Scaling& down, Filter filter, DWORD rop) {
   Picture scaled;
   if (!imaging::Resample(picture, across, down, filter, scaled)) return false;
-  const PixelBlock block{scaled.bits(), scaled.width(), scaled.height(), scaled.width()};
+  const PixelBlock block{scaled.bits(), 0, scaled.width(), scaled.height(), scaled.width()};
   return Blit(hdc, x + across.first, y + down.first, block, rop);
 }
 
@@ -119,10 +119,9 @@ bool BTCImageData::Draw(HDC hdc, int x, int y, int width, int height, int srcX, 
   const std::optional<CopySpan> across = CutCopy(x, width, srcX, GetWidth());
   const std::optional<CopySpan> down = CutCopy(y, height, srcY, GetHeight());
   if (!across || !down) return true;
-  const std::uint8_t* first = pixels_->picture.row(down->source) +
-                              static_cast<std::size_t>(across->source) * imaging::kBytesPerPixel;
-  return Blit(hdc, across->target, down->target, {first, across->size, down->size, GetWidth()},
-              rop);
+  const PixelBlock block{pixels_->picture.row(down->source), across->source, across->size,
+                         down->size, GetWidth()};
+  return Blit(hdc, across->target, down->target, block, rop);
 }
 
 bool BTCImageData::Stretch(HDC hdc, int x, int y, int width, int height, int srcX, int srcY,
