@@ -3,7 +3,16 @@
 namespace {
 
 bool IsWave(Bytes start) {
-  return StartsWith(start, "RIFF") && StartsWith(Behind(start, 8), "WAVE");
+  return (StartsWith(start, "RIFF") || StartsWith(start, "RF64")) &&
+         StartsWith(Behind(start, 8), "WAVE");
+}
+
+// The mark of UTF-16 text and two characters below U+0100, as a playlist may
+// begin. To a decoder the mark says layer 1 with a checksum; music is lost only
+// if it is plain stereo and the lower byte of its first checksum is 0.
+bool IsUtf16Text(Bytes start) {
+  return StartsWith(start, "\xFF\xFE") && start.size() >= 4 && start[3] == 0 &&
+         (start.size() < 6 || start[5] == 0);
 }
 
 // Eleven set bits, then version, layer, and a bit rate that exists.
@@ -12,7 +21,7 @@ bool IsMpegAudioFrame(Bytes start) {
   const bool versionExists = (start[1] & 0x18) != 0x08;
   const bool layerExists = (start[1] & 0x06) != 0;
   const bool rateExists = (start[2] & 0xF0) != 0xF0 && (start[2] & 0x0C) != 0x0C;
-  return versionExists && layerExists && rateExists;
+  return versionExists && layerExists && rateExists && !IsUtf16Text(start);
 }
 
 // "BM" alone opens many a text; the size of the second header settles it.

@@ -12,5 +12,5 @@ using imaging::PictureFormat;
 PictureFormat PictureFormatOf(Bytes start);
 
 // True for what the player plays from a bundle: MPEG audio layers 1 to 3, with
-// or without an ID3 tag in front, Ogg, and RIFF wave.
+// or without an ID3 tag in front, Ogg, and wave (RIFF or RF64).
 bool IsMusic(Bytes start);

@@ -28,15 +28,22 @@ TEST(FileKind, OtherFilesAreNoPictures) {
 }
 
 TEST(FileKind, MusicIsKnownByItsFirstBytes) {
-  for (const std::string start : {"ID3\x03", "OggS", "RIFF....WAVE", "\xFF\xFB\x90\x64",
-                                  "\xFF\xF3\x48\xC4", "\xFF\xFD\x80\x04", "\xFF\xFE\x80\x04"})
+  for (const std::string start :
+       {"ID3\x03", "OggS", "RIFF....WAVE", "RF64....WAVE", "\xFF\xFB\x90\x64", "\xFF\xF3\x48\xC4",
+        "\xFF\xFD\x80\x04", "\xFF\xFE\x80\x04"})
     EXPECT_TRUE(Music(start)) << start;
+  // Layer 1: in stereo, and with a checksum whose lower byte is 0.
+  EXPECT_TRUE(Music(std::string("\xFF\xFE\xA0\x00\x12\x34", 6)));
+  EXPECT_TRUE(Music(std::string("\xFF\xFE\xA0\x04\x12\x00", 6)));
 }
 
 TEST(FileKind, OtherFilesAreNoMusic) {
   for (const std::string start : {"", "\xFF", "\xFF\xFB", "\xFF\xD8\xFF\xE0", "\xFF\xFF\xFF\xFF",
-                                  "fLaC", "RIFF....AVI ", "text"})
+                                  "fLaC", "RIFF....AVI ", "RF64....AVI ", "text"})
     EXPECT_FALSE(Music(start)) << start;
+  // Playlists in UTF-16: "#EXTM3U", and a name of one letter.
+  EXPECT_FALSE(Music(std::string("\xFF\xFE#\0E\0X\0T\0M\0", 12)));
+  EXPECT_FALSE(Music(std::string("\xFF\xFE#\0", 4)));
 }
 
 }  // namespace
