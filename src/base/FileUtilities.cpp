@@ -1,5 +1,6 @@
 #include "base/FileUtilities.h"
 
+#include "base/PathParts.h"
 #include "base/StdFile.h"
 #include "base/win_owned.h"
 
@@ -31,7 +32,7 @@ bool IsDotEntry(const char* name) { return !std::strcmp(name, ".") || !std::strc
 
 std::string WithSeparator(const char* folder) {
   std::string path = folder;
-  if (path.back() != '\\') path += '\\';
+  if (FindLastOf(path, "\\") != path.size() - 1) path += '\\';
   return path;
 }
 

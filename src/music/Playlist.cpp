@@ -20,10 +20,6 @@ namespace {
 constexpr std::size_t kLongestPath = 1024;
 constexpr std::size_t kLongestSavePath = 260;
 
-bool HasFolder(std::string_view path) {
-  return path.find_first_of("\\/") != std::string_view::npos;
-}
-
 struct ExtensionOfFormat {
   std::string_view extension;
   PlaylistFormat format;
@@ -134,7 +130,8 @@ bool Playlist::ReadContent(const char* fileName) {
 }
 
 void Playlist::ReadEntriesOfContent() {
-  folder = path.substr(0, path.rfind(static_cast<char>(separator)) + 1);
+  const char slash = static_cast<char>(separator);
+  folder = path.substr(0, FindLastOf(path, {&slash, 1}) + 1);
   ChooseFormat();
   const EntryRules rules{folder, static_cast<char>(separator), static_cast<char>(altSeparator),
                          decodeEntities};

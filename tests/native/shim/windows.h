@@ -37,6 +37,7 @@ struct GUID {
 };
 
 inline BOOL DeleteFileA(const char* path) { return std::remove(path) == 0; }
+inline BOOL IsDBCSLeadByte(BYTE) { return 0; }  // a code page of one byte a character
 inline void OutputDebugStringA(const char*) {}
 
 constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;

@@ -1,5 +1,6 @@
 #include "base/FileUtilities.h"
 
+#include "support/DoubleByteCodePage.h"
 #include "support/ImportHook.h"
 #include "support/TempFolder.h"
 #include "support/WaitFor.h"
@@ -164,6 +165,20 @@ TEST(DeleteFolderContents, TakesAPathWithASeparatorAtItsEnd) {
   folder.Write("a.txt", BytesOf("x"));
   EXPECT_EQ(DeleteFolderContents((folder.Path() + "\\").c_str()), 1);
   EXPECT_TRUE(IsEmpty(folder.Path()));
+}
+
+// The second byte of a character is no separator.
+TEST(DeleteFolderContents, LooksIntoAFolderWhoseNameEndsInTheByteOfABackslash) {
+  const support::DoubleByteCodePage codePage;
+  std::vector<std::string> listed;
+  HOOK_IMPORT(list, "kernel32.dll", FindFirstFileA,
+              [&](LPCSTR pattern, LPWIN32_FIND_DATAA) -> HANDLE {
+                listed.push_back(pattern);
+                return INVALID_HANDLE_VALUE;
+              });
+  DeleteFolderContents("C:\\x\\\xB3\\");
+  DeleteFolderContents("C:\\x\\\xB3\\\\");
+  EXPECT_EQ(listed, std::vector<std::string>(2, "C:\\x\\\xB3\\\\*.*"));
 }
 
 TEST(DeleteFolderContents, RemovesReadOnlyFiles) {

@@ -1,6 +1,7 @@
 #include "base/PathHelpers.h"
 
 #include "base/win.h"
+#include "support/DoubleByteCodePage.h"
 #include "support/ImportHook.h"
 
 #include <gtest/gtest.h>
@@ -44,6 +45,12 @@ TEST(PathHelpers, SplitLikeTheRunTime) {
     EXPECT_STREQ(GetFileBaseName(c.path), c.baseName) << c.path;
     EXPECT_STREQ(GetFileExt(c.path), c.ext) << c.path;
   }
+}
+
+TEST(PathHelpers, ASecondByteIsNoBackslash) {
+  const support::DoubleByteCodePage codePage;
+  EXPECT_STREQ(GetFileNameAndExt("C:\\x\\\xB3\\.mp3"), "\xB3\\.mp3");
+  EXPECT_STREQ(GetFileBaseName("C:\\x\\\xB3\\.mp3"), "\xB3\\");
 }
 
 TEST(PathHelpers, TheThreeBuffersAreApart) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include "support/DoubleByteCodePage.h"
+#endif
+
 namespace {
 
 struct PathCase {
@@ -48,5 +52,35 @@ TEST(PathParts, ADriveIsAColonInTheSecondPlace) {
   EXPECT_FALSE(HasDrive(":x"));
   EXPECT_FALSE(HasDrive("http:"));
 }
+
+TEST(PathParts, AFolderIsWhatStandsBehindTheDrive) {
+  EXPECT_TRUE(HasFolder("C:\\a.mp3"));
+  EXPECT_TRUE(HasFolder("C:x/a.mp3"));
+  EXPECT_TRUE(HasFolder("/a.mp3"));
+  EXPECT_FALSE(HasFolder("C:a.mp3"));
+  EXPECT_FALSE(HasFolder("C:"));
+  EXPECT_FALSE(HasFolder("a.mp3"));
+  EXPECT_FALSE(HasFolder(""));
+}
+
+#ifdef _WIN32
+// That of a slash is never a second byte.
+TEST(PathParts, ASecondByteIsNoBackslash) {
+  const support::DoubleByteCodePage codePage;
+  constexpr PathCase cases[] = {
+      {"C:\\x\\\xB3\\.M3U", "C:\\x\\", "\xB3\\", ".M3U"},
+      {"C:\\\xB3\\\\a.mp3", "C:\\\xB3\\\\", "a", ".mp3"},
+      {"C:\\\xB3\\/\xB3\\\xB3\\", "C:\\\xB3\\/", "\xB3\\\xB3\\", ""},
+      {"\xB3\xB3\\a.mp3", "\xB3\xB3\\", "a", ".mp3"},
+      {"x\\\xB3", "x\\", "\xB3", ""},
+  };
+  for (const PathCase& c : cases) {
+    EXPECT_EQ(FolderOf(c.path), c.folder) << c.path;
+    EXPECT_EQ(BaseNameOf(c.path), c.baseName) << c.path;
+    EXPECT_EQ(ExtensionOf(c.path), c.extension) << c.path;
+  }
+  EXPECT_FALSE(HasFolder("C:\xB3\\"));
+}
+#endif
 
 }  // namespace

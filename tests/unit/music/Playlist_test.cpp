@@ -3,6 +3,9 @@
 #include "PlaylistFiles.h"
 #include "base/win_owned.h"
 #include "support/TempFolder.h"
+#ifdef _WIN32
+#include "support/DoubleByteCodePage.h"
+#endif
 
 #include <algorithm>
 #include <cstdlib>
@@ -357,6 +360,28 @@ TEST_F(PlaylistTest, AListThatCannotBeReplacedStaysWhole) {
   }
   EXPECT_EQ(Playlist(In("out.m3u").c_str()).GetCount(), 1);
   EXPECT_THAT(NamesIn(folder_.Path()), ElementsAre("out.m3u"));
+}
+#endif
+
+#ifdef _WIN32
+// The move to such a name stands for what a system with that code page does.
+TEST_F(PlaylistTest, AListIsSavedUnderANameThatHoldsTheByteOfABackslash) {
+  const support::DoubleByteCodePage codePage;
+  HOOK_IMPORT(move, "kernel32.dll", MoveFileExA, [&](LPCSTR from, LPCSTR to, DWORD flags) -> BOOL {
+    EXPECT_EQ(to, In("\xB3\\.M3U"));
+    return REAL_IMPORT("kernel32.dll", MoveFileExA)(from, In("moved.m3u").c_str(), flags);
+  });
+  Add(list_, {"C:\\\xB3\\.mp3"});
+  EXPECT_TRUE(list_.Save(In("\xB3\\.M3U").c_str(), kPlaylistM3U));
+  EXPECT_EQ(AsText(BytesOfFile(In("moved.m3u"))),
+            "#EXTM3U\n#EXTINF:-1,\xB3\\\nC:\\\xB3\\.mp3\n");
+}
+
+TEST_F(PlaylistTest, ItsFolderEndsWithABackslashAndNotWithTheByteOfOne) {
+  const support::DoubleByteCodePage codePage;
+  folder_.MakeFolder("\xB3");  // where this system looks for the name
+  EXPECT_TRUE(Load("\xB3\\.m3u", "x.mp3\n"));
+  EXPECT_THAT(Entries(list_), ElementsAre(In("x.mp3")));
 }
 #endif
 
