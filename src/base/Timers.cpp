@@ -23,6 +23,8 @@ std::int64_t CounterFrequency() {
 
 }  // namespace
 
+bool CPerfTimer::HasCounter() { return CounterFrequency() != 0; }
+
 CPerfTimer::CPerfTimer(bool startNow) {
   if (Frequency == 0) Calibrate();
   if (startNow) start = Counter();
@@ -76,7 +78,7 @@ double CPerfTimer::Elapsed() const {
 }
 
 void WaitMs(float ms) {
-  if (CounterFrequency() == 0) return Sleep(static_cast<DWORD>(ms > 0 ? ms : 0));
+  if (!CPerfTimer::HasCounter()) return Sleep(static_cast<DWORD>(ms > 0 ? ms : 0));
   CPerfTimer timer;
   timer.Start();
   while (timer.Elapsed() < ms) {

@@ -17,6 +17,10 @@ class CPerfTimer {
   virtual void Lock() const {}
   virtual void Unlock() const {}
 
+  // Whether the machine has a performance counter. Without one a stopwatch always
+  // reads 0: who waits for it to move waits for ever.
+  static bool HasCounter();
+
   // Starts at zero, or with `reset` false resumes a stopped timer.
   void Start(bool reset = true);
   // Stops; a second call changes nothing. An interval shorter than the

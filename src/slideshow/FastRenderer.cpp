@@ -130,7 +130,8 @@ void DrawFastCaption(const std::string& text) {
 
 void Transition(int effect, int durationMs) {
   static CPerfTimer TransitionTimer;
-  if (effect < 1 || effect > kWipeCount) return ShowWholeCanvas();
+  const bool isWipe = effect >= 1 && effect <= kWipeCount;
+  if (!isWipe || !CPerfTimer::HasCounter()) return ShowWholeCanvas();
   const WipePlan plan = PlanWipe(effect, ScreenWidth, ScreenHeight);
   if (!plan.runs) return;
   std::vector<int> order(plan.oneByOne ? static_cast<std::size_t>(plan.steps) : 0);

@@ -41,7 +41,9 @@ void DrawFastImage();
 // The caption near the canvas's bottom, with a shadow.
 void DrawFastCaption(const std::string& text);
 
-// Brings the canvas to the window with effect 1 to 12 over `durationMs` at
-// least; any other number shows it at once. Blocks, handling one message after
-// each step: a quit ends the main loop, yet the wipe runs to its end.
+// Brings the canvas to the window with effect 1 to 12 over about `durationMs`;
+// effects 1 and 2, a line a step, may take longer. Any other number shows it at
+// once, as does a machine that has no performance counter to keep the time by.
+// Blocks, handling one message after each step: a quit ends the main loop, yet
+// the wipe runs to its end.
 void Transition(int effect, int durationMs);

@@ -223,6 +223,12 @@ TEST_F(PerfTimer, WithoutACounterTheFrequencyIsOne) {
   EXPECT_DOUBLE_EQ(timer.Elapsed(), 0.0);
 }
 
+TEST_F(PerfTimer, KnowsWhetherThereIsACounter) {
+  EXPECT_TRUE(CPerfTimer::HasCounter());
+  Clock().frequency = 0;
+  EXPECT_FALSE(CPerfTimer::HasCounter());
+}
+
 // Writes down who locks and unlocks.
 class GuardedTimer : public CPerfTimer {
  public:

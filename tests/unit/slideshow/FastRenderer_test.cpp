@@ -20,6 +20,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -643,6 +644,22 @@ TEST_F(Transitions, AnyOtherNumberIsTheCut) {
     const auto hook = AtEachPump([] { ADD_FAILURE() << "the cut handles no messages"; });
     Transition(effect, 1500);
     EXPECT_EQ(clock.SleptMs(), 0);
+    EXPECT_TRUE(PixelsNear(Screen(), support::Render(kWidth, kHeight, NewPicture()))) << effect;
+  }
+}
+
+// Its stopwatch stands at 0 for ever.
+TEST_F(Transitions, OnAMachineWithoutACounterAllAreTheCut) {
+  HOOK_IMPORT(counter, "kernel32.dll", QueryPerformanceCounter,
+              [](LARGE_INTEGER*) -> BOOL { return FALSE; });
+  HOOK_IMPORT(frequency, "kernel32.dll", QueryPerformanceFrequency,
+              [](LARGE_INTEGER*) -> BOOL { return FALSE; });
+  HOOK_IMPORT(sleep, "kernel32.dll", Sleep,
+              [](DWORD) { throw std::runtime_error("waits for a clock that stands still"); });
+  const auto hook = AtEachPump([] { ADD_FAILURE() << "the cut handles no messages"; });
+  for (int effect = 0; effect <= kWipeCount; ++effect) {
+    PrepareWipe();
+    Transition(effect, 1500);
     EXPECT_TRUE(PixelsNear(Screen(), support::Render(kWidth, kHeight, NewPicture()))) << effect;
   }
 }
