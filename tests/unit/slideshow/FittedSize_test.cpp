@@ -15,6 +15,8 @@ TEST(FittedSize, APictureOfTheScreensAspectFillsItExactly) {
   ExpectSize(FitWhole(1024, 768, 1024, 768), 1024, 768);
   ExpectSize(FitWhole(2048, 1536, 1024, 768), 1024, 768);
   ExpectSize(FitWhole(4, 3, 1024, 768), 1024, 768);
+  // By its height it would be 810 wide: the aspect is rounded down.
+  ExpectSize(FitWhole(811, 400, 811, 400), 811, 400);
 }
 
 TEST(FittedSize, AWiderPictureTakesTheFullWidth) {
