@@ -75,6 +75,16 @@ def test_a_missing_file_is_told(installed, name):
     assert_told_of_damage(installed)
 
 
+def test_own_slides_are_whole_once_they_are_summed_up(installed, four_pictures):
+    installed.slides(four_pictures)
+    assert_told_of_damage(installed)
+    sums = installed.prefix.start(installed.install / "MakeBundle.exe", "sums", ".",
+                                  cwd=installed.install)
+    assert sums.wait() == 0
+    run = start_after_death(installed, 2).wait_for_show()
+    assert run.quit() == 0
+
+
 # A DLL that is missing altogether keeps the program from starting at all.
 @pytest.mark.parametrize("name", ["fmod.dll", "BTNexgenIPL32.dll"])
 def test_a_changed_dll_is_told(installed, name):

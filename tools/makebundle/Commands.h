@@ -11,3 +11,4 @@ int ListBundle(const Options& options);
 int ExtractMembers(const Options& options);
 int VerifyBundle(const Options& options);
 int AppendBundle(const Options& options);
+int WriteSums(const Options& options);

@@ -23,7 +23,7 @@ std::string SystemText(DWORD code) {
 // Asks for the system's reason first: anything else might change it.
 PackError SystemFault(const std::string& path, const std::string& what) {
   const DWORD code = GetLastError();
-  return FaultOf(path, what + ": " + SystemText(code));
+  return SystemFaultOf(path, what, code);
 }
 
 KernelHandle OpenForReading(const std::string& path) {
@@ -65,6 +65,10 @@ void SetDeleteOnClose(HANDLE file, bool doDelete) {
 }
 
 }  // namespace
+
+PackError SystemFaultOf(const std::string& path, const std::string& what, DWORD code) {
+  return FaultOf(path, what + ": " + SystemText(code));
+}
 
 InputFile::InputFile(const std::string& path) : path_(path), handle_(OpenForReading(path)) {
   LARGE_INTEGER size{};

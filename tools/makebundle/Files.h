@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+// The fault of `path`, with the system's words for its error `code`.
+PackError SystemFaultOf(const std::string& path, const std::string& what, DWORD code);
+
 // A file that is open for reading.
 class InputFile {
  public:

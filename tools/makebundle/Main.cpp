@@ -1,5 +1,6 @@
 // MakeBundle.exe: packs pictures, captions and music into bundles, and lists,
-// extracts, verifies and appends them. `MakeBundle --help` tells how to use it,
+// extracts, verifies and appends them; writes the sums of an install folder with
+// another bundle in it. `MakeBundle --help` tells how to use it,
 // docs/bundle-format.md what a bundle looks like.
 
 #include "makebundle/Commands.h"
@@ -19,6 +20,7 @@ int Run(const Options& options) {
     case Command::kExtract: return ExtractMembers(options);
     case Command::kVerify: return VerifyBundle(options);
     case Command::kAppend: return AppendBundle(options);
+    case Command::kSums: return WriteSums(options);
   }
   return kExitBadUsage;
 }

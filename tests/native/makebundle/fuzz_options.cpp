@@ -25,7 +25,8 @@ Words SplitAtLineEnds(const std::uint8_t* data, std::size_t size) {
 void CheckOptions(const Words& words) try {
   const Options options = ParseOptions(words);
   if (options.command == Command::kHelp) return;
-  Require(!options.file.empty());
+  Require(options.file.empty() == (options.command == Command::kSums));
+  Require(options.command != Command::kSums || !options.folder.empty());
   Require(options.command != Command::kPack || !options.pictures.empty());
   Require(options.command != Command::kExtract || !options.folder.empty());
   if (options.command == Command::kAppend)

@@ -39,6 +39,11 @@ const char* const kHelpText = R"(MakeBundle packs pictures into a bundle that Ve
       behind it already, --replace puts the new one in its place; without it,
       that is an error.
 
+  MakeBundle sums FOLDER
+      Writes FOLDER\chk.sum anew, by which Velmora tells after a crash whether its
+      files are whole. FOLDER is where it is installed: do this once you have put
+      a bundle of your own there.
+
 FILE may be any file with a bundle at its end. An output is written beside its
 place as NAME.part, read back, and renamed when it is whole.
 
@@ -91,6 +96,7 @@ const std::vector<CommandRule>& CommandRules() {
       {"verify", Command::kVerify, {&Options::file}, 1, {}},
       {"append", Command::kAppend, {&Options::file, &Options::folder}, 2,
        {{"--category", &Options::category}, {"--replace", nullptr, &Options::replace}}},
+      {"sums", Command::kSums, {&Options::folder}, 1, {}},
   };
   return rules;
 }

@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-enum class Command { kHelp, kPack, kList, kExtract, kVerify, kAppend };
+enum class Command { kHelp, kPack, kList, kExtract, kVerify, kAppend, kSums };
 enum class PictureOrder { kName, kDate };
 
 struct Options {
   Command command = Command::kHelp;
   std::string file;      // the bundle, or the file that gets one behind it
-  std::string folder;    // extract: where to; append: where from
+  std::string folder;    // extract: where to; append: where from; sums: of the install
   std::string wanted;    // extract: CATEGORY or CATEGORY/MEMBER; empty for all
   std::string pictures;  // folder
   std::string music;     // folder, empty for none

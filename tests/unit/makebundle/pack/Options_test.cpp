@@ -47,6 +47,9 @@ TEST(Options, OtherCommandsTakeTheirNames) {
   EXPECT_EQ(append.category, "skin");
   EXPECT_EQ(append.folder, "dir");
   EXPECT_TRUE(append.replace);
+  const Options sums = ParseOptions({"sums", "dir"});
+  EXPECT_EQ(sums.command, Command::kSums);
+  EXPECT_EQ(sums.folder, "dir");
   EXPECT_EQ(ParseOptions({"list", "a.bdl"}).command, Command::kList);
   EXPECT_EQ(ParseOptions({"verify", "a.bdl"}).command, Command::kVerify);
 }
@@ -65,8 +68,8 @@ TEST(Options, HelpIsUnderstoodAnywhere) {
 }
 
 TEST(Options, HelpNamesEveryCommandAndOption) {
-  for (const char* word : {"pack", "list", "extract", "verify", "append", "--pictures", "--music",
-                           "--focus", "--order", "--captions-from-picture", "--skip-bad",
+  for (const char* word : {"pack", "list", "extract", "verify", "append", "sums", "--pictures",
+                           "--music", "--focus", "--order", "--captions-from-picture", "--skip-bad",
                            "--overwrite", "--category", "--replace"})
     EXPECT_THAT(kHelpText, HasSubstr(word));
 }
@@ -90,6 +93,8 @@ TEST(Options, SenselessLinesAreRefusedWithAReason) {
   EXPECT_THAT(UsageFault({"list", "a.bdl", "--skip-bad"}), HasSubstr("--skip-bad"));
   EXPECT_THAT(UsageFault({"extract", "a.bdl"}), HasSubstr("needs more names"));
   EXPECT_THAT(UsageFault({"append", "a.exe", "dir"}), HasSubstr("--category"));
+  EXPECT_THAT(UsageFault({"sums"}), HasSubstr("needs more names"));
+  EXPECT_THAT(UsageFault({"sums", "dir", "more"}), HasSubstr("\"more\""));
 }
 
 }  // namespace
