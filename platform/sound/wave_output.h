@@ -12,9 +12,9 @@
 
 #include <mmsystem.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -39,7 +39,8 @@ class WaveOutput {
   void Wait() const;
   void Wake() const { SetEvent(event_.get()); }
 
-  // Room for one block, or null if all are under way.
+  // Room for one block; null if all are under way, or if the one at hand was
+  // left to a driver and there is no memory for another now.
   std::int16_t* FreeBlock();
   std::size_t BlockFrames() const { return blockFrames_; }
   // Sends the block that FreeBlock gave, with up to BlockFrames() frames.
@@ -54,18 +55,29 @@ class WaveOutput {
   void Reset();
 
  private:
-  struct Block {
+  // What the driver sees of a block. It may use it until it has given it back.
+  struct Buffer {
+    explicit Buffer(std::size_t samplesCount) : samples(samplesCount) {}
     WAVEHDR header{};
     std::vector<std::int16_t> samples;
-    DWORD dueTick = 0;  // without a device: when it would have been heard
+  };
+  struct Block {
+    std::unique_ptr<Buffer> buffer;  // null if a driver kept it
+    std::size_t frames = 0;
+    bool timed = false;  // no device plays it: it is heard ...
+    DWORD dueTick = 0;   // ... when its time is over
   };
 
   bool OpenDevice();
-  void CloseDevice();
   void LoseDevice();
   void LoseStalledDevice();
   void TryDeviceAgain();
+  bool SendToDevice(Block& block);
   void SendToNobody(Block& block);
+  void TakeBack(Block& block);
+  std::unique_ptr<Buffer> MakeBuffer() const;
+  // The blocks in a ring: first those under way, in the order of their sending.
+  Block& At(std::size_t place) { return blocks_[(first_ + place) % kBlocks]; }
   bool IsDone(const Block& block) const;
   void Collect();
   DWORD MsOf(const Block& block) const;
@@ -78,8 +90,11 @@ class WaveOutput {
   DWORD lostTick_ = 0;             // of the last try to open it
   DWORD movedTick_ = 0;            // when it last gave back a block, or had reason to begin
   bool paused_ = false;
-  std::vector<std::unique_ptr<Block>> free_;
-  std::deque<std::unique_ptr<Block>> underWay_;  // in the order of their sending
+  std::array<Block, kBlocks> blocks_;
+  std::size_t first_ = 0;
+  std::size_t underWay_ = 0;       // how many are
+  int keptBuffers_ = 0;            // that drivers never gave back
+  bool eventKept_ = false;         // a driver may still signal it
   std::int64_t heardFrames_ = 0;
 };
 

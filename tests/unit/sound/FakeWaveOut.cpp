@@ -1,6 +1,7 @@
 #include "FakeWaveOut.h"
 
-#include <stdexcept>
+#include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -71,6 +72,28 @@ void FakeWaveOut::Unplug(bool unplugged) {
 
 void FakeWaveOut::RefuseBlocks(bool refuse) { const std::lock_guard guard(lock_); full_ = refuse; }
 
+void FakeWaveOut::RefuseToReset(bool refuse) {
+  const std::lock_guard guard(lock_);
+  refuseReset_ = refuse;
+}
+
+std::size_t FakeWaveOut::KeptBlocks() const {
+  const std::lock_guard guard(lock_);
+  return kept_.size();
+}
+
+bool FakeWaveOut::KeptIsUntouched() const {
+  const std::lock_guard guard(lock_);
+  return !keptWasUsed_ && std::all_of(kept_.begin(), kept_.end(), [](const KeptBlock& kept) {
+    return std::memcmp(kept.header, &kept.asWritten, sizeof(WAVEHDR)) == 0 && SetEvent(kept.event);
+  });
+}
+
+bool FakeWaveOut::IsKept(const WAVEHDR* header) const {
+  return std::any_of(kept_.begin(), kept_.end(),
+                     [&](const KeptBlock& kept) { return kept.header == header; });
+}
+
 std::size_t FakeWaveOut::QueuedFrames() const {
   const std::lock_guard guard(lock_);
   std::size_t bytes = 0;
@@ -94,12 +117,17 @@ MMRESULT WINAPI FakeWaveOut::Open(HWAVEOUT* handle, UINT device, const WAVEFORMA
 
 MMRESULT WINAPI FakeWaveOut::Close(HWAVEOUT) {
   const std::lock_guard guard(current->lock_);
-  if (!current->queue_.empty()) return WAVERR_STILLPLAYING;
   current->open_ = current->paused_ = false;
-  return MMSYSERR_NOERROR;
+  if (current->queue_.empty()) return MMSYSERR_NOERROR;
+  for (WAVEHDR* header : current->queue_)
+    current->kept_.push_back({header, *header, current->event_});
+  current->queue_.clear();
+  return WAVERR_STILLPLAYING;
 }
 
 MMRESULT WINAPI FakeWaveOut::Prepare(HWAVEOUT, WAVEHDR* header, UINT) {
+  const std::lock_guard guard(current->lock_);
+  if (current->IsKept(header)) current->keptWasUsed_ = true;
   SetFlags(header, WHDR_PREPARED);
   return MMSYSERR_NOERROR;
 }
@@ -135,6 +163,7 @@ MMRESULT WINAPI FakeWaveOut::Restart(HWAVEOUT) {
 MMRESULT WINAPI FakeWaveOut::Reset(HWAVEOUT) {
   const std::lock_guard guard(current->lock_);
   ++current->resets_;
+  if (current->refuseReset_) return MMSYSERR_NODRIVER;
   for (WAVEHDR* header : current->queue_) current->Finish(header);
   current->queue_.clear();
   return MMSYSERR_NOERROR;

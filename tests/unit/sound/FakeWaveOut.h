@@ -38,6 +38,13 @@ class FakeWaveOut {
   void Unplug(bool unplugged);
   // What is queued plays on; no more is taken.
   void RefuseBlocks(bool refuse);
+  // A reset fails and leaves all as it is, so that closing fails while anything
+  // is queued. Then the next device is another one, and what was queued stays
+  // this one's: it is kept.
+  void RefuseToReset(bool refuse);
+  std::size_t KeptBlocks() const;
+  // Whether each kept block is as it was written, and the event still there.
+  bool KeptIsUntouched() const;
 
  private:
   static MMRESULT WINAPI Open(HWAVEOUT* handle, UINT device, const WAVEFORMATEX* format,
@@ -50,7 +57,14 @@ class FakeWaveOut {
   static MMRESULT WINAPI Restart(HWAVEOUT);
   static MMRESULT WINAPI Reset(HWAVEOUT);
 
+  struct KeptBlock {
+    WAVEHDR* header;
+    WAVEHDR asWritten;
+    HANDLE event;
+  };
+
   void Finish(WAVEHDR* header);
+  bool IsKept(const WAVEHDR* header) const;
 
   mutable std::mutex lock_;
   std::vector<std::unique_ptr<support::ImportHook>> hooks_;
@@ -59,6 +73,9 @@ class FakeWaveOut {
   bool refuse_ = false;
   bool unplugged_ = false;
   bool full_ = false;
+  bool refuseReset_ = false;
+  bool keptWasUsed_ = false;
+  std::vector<KeptBlock> kept_;
   int opened_ = 0;
   int resets_ = 0;
   UINT device_ = 0;

@@ -637,6 +637,21 @@ TEST_F(LostDevice, IsHeardAgainWhenItComesBack) {
   EXPECT_TRUE(IsHeardAgain());
 }
 
+TEST_F(LostDevice, IsHeardAgainThoughItKeptItsBlocks) {
+  const Bytes file = LongWave();
+  Play(file);
+  ASSERT_TRUE(WaitForFullQueue());
+  device_.RefuseToReset(true);
+  PlugOut();
+  ASSERT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
+  EXPECT_GT(device_.KeptBlocks(), 0u);
+  device_.RefuseToReset(false);
+  PlugIn();
+  EXPECT_TRUE(IsHeardAgain());
+  FSOUND_Close();
+  EXPECT_TRUE(device_.KeptIsUntouched());
+}
+
 TEST_F(LostDevice, IsHeardAgainByALaterStream) {
   const Bytes file = CountingWave(20'000), later = LongWave();
   Play(file);
