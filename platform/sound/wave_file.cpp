@@ -16,7 +16,7 @@ constexpr std::size_t kFormatSize = 16;        // of the oldest form of the form
 constexpr std::size_t kLargestFormat = 4096;
 constexpr std::size_t kExtensibleExtra = 22;   // valid bits, channel mask, an identifier that ...
 constexpr std::size_t kTagOffset = 6;          // ... begins with the tag proper
-constexpr std::uint32_t kSizeUnknown = 0xFFFFFFFF;  // written by programs that can't seek back
+constexpr std::uint32_t kSizeUnknown = 0xFFFFFFFF;  // written by programs that can't seek back ...
 
 bool HasName(const std::uint8_t* bytes, const char* name) {
   return std::memcmp(bytes, name, 4) == 0;
@@ -40,10 +40,18 @@ std::vector<std::uint8_t> ReadBytes(ByteSource& source, std::size_t size) {
   return bytes;
 }
 
-bool ReadHead(ByteSource& source) {
+// The size that the head tells of the whole; nothing if it is another file's.
+std::optional<std::uint32_t> ReadHead(ByteSource& source) {
   std::uint8_t head[12];
-  if (!source.Seek(0) || source.Read(head, sizeof head) != sizeof head) return false;
-  return (HasName(head, "RIFF") || HasName(head, "RF64")) && HasName(head + 8, "WAVE");
+  if (!source.Seek(0) || source.Read(head, sizeof head) != sizeof head) return std::nullopt;
+  const bool isWave = (HasName(head, "RIFF") || HasName(head, "RF64")) && HasName(head + 8, "WAVE");
+  return isWave ? std::optional(LittleEndian32(head + 4)) : std::nullopt;
+}
+
+// ... or left at 0, the size of the whole with it; with that told, 0 is what it says.
+bool IsUnknown(std::uint32_t dataSize, std::uint32_t wholeSize) {
+  return dataSize == kSizeUnknown ||
+         (dataSize == 0 && (wholeSize == 0 || wholeSize == kSizeUnknown));
 }
 
 bool ReadFormat(ByteSource& source, std::uint32_t size, WaveFile& wave) {
@@ -82,17 +90,18 @@ bool IsSensible(const WaveFile& wave) {
 }
 
 // The samples go up to the end of the chunk or of the file, in whole blocks.
-void PlaceData(const ByteSource& source, std::uint32_t size, WaveFile& wave) {
+void PlaceData(const ByteSource& source, std::uint32_t size, std::uint32_t wholeSize,
+               WaveFile& wave) {
   wave.dataOffset = source.Tell();
   const std::int64_t there = source.Size() - wave.dataOffset;
-  const bool told = size != 0 && size != kSizeUnknown;
-  wave.dataSize = told ? std::min<std::int64_t>(size, there) : there;
+  wave.dataSize = IsUnknown(size, wholeSize) ? there : std::min<std::int64_t>(size, there);
 }
 
 }  // namespace
 
 std::optional<WaveFile> ReadWaveFile(ByteSource& source) {
-  if (!ReadHead(source)) return std::nullopt;
+  const std::optional<std::uint32_t> wholeSize = ReadHead(source);
+  if (!wholeSize) return std::nullopt;
   WaveFile wave;
   bool hasFormat = false;
   for (int chunks = 0; chunks < kMostChunks; ++chunks) {
@@ -108,7 +117,7 @@ std::optional<WaveFile> ReadWaveFile(ByteSource& source) {
       if (count.size() == 4) wave.sampleCount = LittleEndian32(count.data());
     } else if (HasName(name, "data") && hasFormat) {
       if (!IsSensible(wave)) return std::nullopt;
-      PlaceData(source, chunk->size, wave);
+      PlaceData(source, chunk->size, *wholeSize, wave);
       return wave;
     }
     // Chunks begin at even places.

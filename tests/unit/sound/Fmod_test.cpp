@@ -202,6 +202,14 @@ TEST_F(FmodTest, RefusesWhatIsNoSound) {
   EXPECT_EQ(OpenInMemory(CountingWave(0)), nullptr);
 }
 
+TEST_F(FmodTest, RefusesAnEmptySoundWithTextBehindIt) {
+  Bytes file = RiffHead(1044);
+  AppendChunk(file, "fmt ", FormatChunk({}));
+  AppendChunk(file, "data", {});
+  AppendChunk(file, "LIST", Bytes(1000, 0x41));
+  EXPECT_EQ(OpenInMemory(file), nullptr);
+}
+
 TEST_F(FmodTest, DoesNotCopyMemory) {
   Bytes file = CountingWave(200'000);
   ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(file)), 0);

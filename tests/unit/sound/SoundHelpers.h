@@ -43,9 +43,11 @@ inline Bytes FormatChunk(const WaveSpec& spec) {
   return format;
 }
 
-inline Bytes RiffHead() {
+// `size` is that of the whole, which matters to readers only where that of the
+// samples is 0.
+inline Bytes RiffHead(std::uint32_t size = 0) {
   Bytes file = support::BytesOf("RIFF");
-  support::AppendU32(file, 0);  // of the whole; readers don't rely on it
+  support::AppendU32(file, size);
   support::Append(file, support::BytesOf("WAVE"));
   return file;
 }

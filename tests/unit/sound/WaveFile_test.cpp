@@ -75,16 +75,31 @@ TEST(WaveFile, SamplesEndWithTheFile) {
   EXPECT_EQ(Read(file)->dataSize, 456);
 }
 
+// A file with 60 bytes behind the head of its samples.
+Bytes WaveWithSizes(std::uint32_t whole, std::uint32_t data) {
+  Bytes file = RiffHead(whole);
+  AppendChunk(file, "fmt ", FormatChunk({}));
+  support::Append(file, support::BytesOf("data"));
+  support::AppendU32(file, data);
+  AppendChunk(file, "LIST", Bytes(52));
+  return file;
+}
+
 TEST(WaveFile, AnUnknownSizeMeansTheRestOfTheFile) {
-  for (const std::uint32_t size : {0u, 0xFFFFFFFFu}) {
-    Bytes file = RiffHead();
-    AppendChunk(file, "fmt ", FormatChunk({}));
-    support::Append(file, support::BytesOf("data"));
-    support::AppendU32(file, size);
-    file.resize(file.size() + 60);
-    ASSERT_TRUE(Read(file));
-    EXPECT_EQ(Read(file)->dataSize, 60);
+  constexpr std::uint32_t unknown = 0xFFFFFFFF, told = 96;
+  const std::pair<std::uint32_t, std::uint32_t> cases[] = {
+      {0, 0}, {unknown, 0}, {0, unknown}, {unknown, unknown}, {told, unknown}};
+  for (const auto& [whole, data] : cases) {
+    const auto wave = Read(WaveWithSizes(whole, data));
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->dataSize, 60) << whole << ' ' << data;
   }
+}
+
+TEST(WaveFile, NoSamplesAreNoneWhateverStandsBehindThem) {
+  const Bytes file = WaveWithSizes(96, 0);
+  ASSERT_TRUE(Read(file));
+  EXPECT_EQ(Read(file)->dataSize, 0);
 }
 
 TEST(WaveFile, WhatLacksAPartIsRefused) {
