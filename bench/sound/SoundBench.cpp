@@ -36,7 +36,7 @@ void Decode(const char* path) {
 
 void DecodeAndMix(const char* path) {
   sound::Voice voice(Open(path), kOutputRate);
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kBlockFrames);
   mixer.Play(0, voice);
   std::vector<std::int16_t> block(2 * kBlockFrames);
   while (mixer.Mix(block.data(), kBlockFrames) > 0) {

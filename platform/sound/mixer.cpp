@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace sound {
 
@@ -64,7 +65,7 @@ bool Mixer::HasRunningVoices() const {
 }
 
 std::size_t Mixer::Mix(std::int16_t* to, std::size_t frames) {
-  sum_.assign(2 * frames, 0.0f);
+  std::fill_n(sum_.begin(), 2 * frames, 0.0f);
   std::size_t mixed = 0;
   for (Channel& channel : channels_)
     if (channel.voice && !channel.paused && channel.endFrame < 0)
@@ -75,7 +76,6 @@ std::size_t Mixer::Mix(std::int16_t* to, std::size_t frames) {
 }
 
 std::size_t Mixer::Add(Channel& channel, std::size_t frames) {
-  one_.resize(2 * frames);
   const std::size_t got = channel.voice->Read(one_.data(), frames);
   if (got < frames) channel.endFrame = mixedFrames_ + static_cast<std::int64_t>(got);
   const SideGains gains = GainsFor(channel.volume, channel.pan);
@@ -86,15 +86,12 @@ std::size_t Mixer::Add(Channel& channel, std::size_t frames) {
   return got;
 }
 
-std::vector<Voice*> Mixer::TakeFinished(std::int64_t heardFrames) {
-  std::vector<Voice*> finished;
+Voice* Mixer::TakeFinished(std::int64_t heardFrames) {
   for (Channel& channel : channels_) {
     const bool ended = channel.voice && !channel.paused && channel.endFrame >= 0;
-    if (!ended || channel.endFrame > heardFrames) continue;
-    finished.push_back(channel.voice);
-    channel.voice = nullptr;
+    if (ended && channel.endFrame <= heardFrames) return std::exchange(channel.voice, nullptr);
   }
-  return finished;
+  return nullptr;
 }
 
 }  // namespace sound

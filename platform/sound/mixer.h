@@ -1,5 +1,7 @@
 #pragma once
-// Adds up what the channels play. Knows no thread and no device. Portable.
+// Adds up what the channels play. Knows no thread and no device. After its
+// constructor it needs no memory, and only what a voice itself throws leaves it.
+// Portable.
 
 #include "sound/voice.h"
 
@@ -10,7 +12,9 @@ namespace sound {
 
 class Mixer {
  public:
-  explicit Mixer(int channels) : channels_(static_cast<std::size_t>(channels)) {}
+  // `mostFrames` is how many are ever mixed at once.
+  Mixer(int channels, std::size_t mostFrames)
+      : channels_(static_cast<std::size_t>(channels)), sum_(2 * mostFrames), one_(2 * mostFrames) {}
 
   int Channels() const { return static_cast<int>(channels_.size()); }
   bool IsChannel(int channel) const { return channel >= 0 && channel < Channels(); }
@@ -35,10 +39,9 @@ class Mixer {
   // end before. A voice that ended stays on its channel.
   std::size_t Mix(std::int16_t* to, std::size_t frames);
 
-  // Takes the voices off whose last frame is among the first `heardFrames`
-  // ever mixed. Paused ones stay.
-  std::vector<Voice*> TakeFinished(std::int64_t heardFrames);
-  std::int64_t MixedFrames() const { return mixedFrames_; }
+  // Takes a voice off whose last frame is among the first `heardFrames` ever
+  // mixed; null if there is none (any more). Paused ones stay.
+  Voice* TakeFinished(std::int64_t heardFrames);
 
  private:
   struct Channel {

@@ -33,8 +33,8 @@ void DispatchMessages() {
 }  // namespace
 
 SoundSystem::SoundSystem(const SoundSettings& settings, int rate, int channels)
-    : mixer_(channels),
-      output_(DeviceOf(settings.driver), rate, settings.bufferMs),
+    : output_(DeviceOf(settings.driver), rate, settings.bufferMs),
+      mixer_(channels, output_.BlockFrames()),
       rate_(rate),
       endedEvent_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
 
@@ -114,6 +114,8 @@ FSOUND_STREAM* SoundSystem::OpenStream(std::unique_ptr<Decoder> decoder) {
   if (!voice->HasSound()) return nullptr;
   const std::lock_guard guard(lock_);
   if (closing_) return nullptr;
+  // So that none is needed when an end has to be told.
+  ended_.reserve(streams_.size() + 1);
   FSOUND_STREAM* handle = NewHandle();
   streams_[handle].voice = std::move(voice);
   return handle;
@@ -201,7 +203,7 @@ void SoundSystem::FillOutput() {
 
 void SoundSystem::TellFinished() {
   const std::int64_t heard = output_.HeardFrames();
-  for (const Voice* voice : mixer_.TakeFinished(heard))
+  while (const Voice* voice = mixer_.TakeFinished(heard))
     for (const auto& [handle, stream] : streams_)
       if (stream.voice.get() == voice) ended_.push_back(handle);
   if (!ended_.empty()) SetEvent(endedEvent_.get());
@@ -230,13 +232,17 @@ void SoundSystem::CallBackUntilClosed() {
 
 void SoundSystem::CallBack(std::unique_lock<std::mutex>& guard) {
   FSOUND_STREAM* const handle = ended_.front();
-  ended_.pop_front();
+  ended_.erase(ended_.begin());
   const Stream& stream = streams_.at(handle);
   const FSOUND_STREAMCALLBACK callback = stream.callback;
   void* const userData = stream.userData;
   if (!callback) return;
   guard.unlock();
-  callback(handle, nullptr, 0, userData);
+  try {
+    callback(handle, nullptr, 0, userData);
+  } catch (...) {
+    // A caller's failure; it must not end the process.
+  }
   guard.lock();
 }
 

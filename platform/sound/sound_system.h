@@ -1,7 +1,8 @@
 #pragma once
 // One run of the output, from FSOUND_Init to FSOUND_Close: its streams, the
 // thread that mixes and the thread that tells of ends. Any thread may call
-// any function; one lock guards all state. Callbacks run without it.
+// any function; one lock guards all state. Callbacks run without it. Memory that
+// runs out while something plays ends that sound and nothing else.
 
 #include "sound/fmod.h"
 #include "sound/mixer.h"
@@ -9,11 +10,11 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace sound {
 
@@ -65,11 +66,11 @@ class SoundSystem : public std::enable_shared_from_this<SoundSystem> {
 
   std::mutex lock_;
   std::condition_variable changed_;  // a thread ended
-  Mixer mixer_;
   WaveOutput output_;
+  Mixer mixer_;
   Streams streams_;
   int rate_;
-  std::deque<FSOUND_STREAM*> ended_;  // whose callbacks are due
+  std::vector<FSOUND_STREAM*> ended_;  // whose callbacks are due; has room for all streams
   KernelHandle endedEvent_;
   bool closing_ = false;
   bool mixing_ = false;      // the mixing thread lives

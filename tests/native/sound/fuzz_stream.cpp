@@ -34,7 +34,7 @@ std::size_t Decode(sound::Decoder& decoder) {
 }
 
 void Play(sound::Voice& voice) {
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kFrames);
   mixer.Play(0, voice);
   std::vector<std::int16_t> block(2 * kFrames);
   for (int i = 0; i < kMostBlocks; ++i) {

@@ -17,7 +17,7 @@ constexpr int kMostBlocks = 4;
 
 void Play(std::unique_ptr<sound::Decoder> decoder) {
   sound::Voice voice(std::move(decoder), 44100);
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kFrames);
   mixer.Play(0, voice);
   std::vector<std::int16_t> mixed(2 * kFrames);
   for (int i = 0; i < kMostBlocks && mixer.Mix(mixed.data(), kFrames) > 0; ++i) {

@@ -17,6 +17,7 @@ void SetFlags(WAVEHDR* header, DWORD flags) {
 
 FakeWaveOut::FakeWaveOut() {
   current = this;
+  queue_.reserve(100);
   const auto hook = [this](const char* name, auto function) {
     hooks_.push_back(std::make_unique<support::ImportHook>("winmm.dll", name, function));
   };
@@ -39,7 +40,7 @@ bool FakeWaveOut::PlayBlock() {
   const std::lock_guard guard(lock_);
   if (queue_.empty() || paused_ || unplugged_) return false;
   WAVEHDR* header = queue_.front();
-  queue_.pop_front();
+  queue_.erase(queue_.begin());
   const auto* samples = reinterpret_cast<const std::int16_t*>(header->lpData);
   heard_.insert(heard_.end(), samples, samples + header->dwBufferLength / sizeof(std::int16_t));
   Finish(header);

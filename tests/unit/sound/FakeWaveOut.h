@@ -9,7 +9,6 @@
 #include <mmsystem.h>
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -81,6 +80,6 @@ class FakeWaveOut {
   UINT device_ = 0;
   WAVEFORMATEX format_{};
   HANDLE event_ = nullptr;
-  std::deque<WAVEHDR*> queue_;
+  std::vector<WAVEHDR*> queue_;  // has its room, for tests that let memory run out
   std::vector<std::int16_t> heard_;
 };

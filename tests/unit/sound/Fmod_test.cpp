@@ -2,6 +2,7 @@
 
 #include "FakeWaveOut.h"
 #include "SoundHelpers.h"
+#include "support/FailingNew.h"
 #include "support/ImportHook.h"
 #include "support/TempFolder.h"
 #include "support/WaitFor.h"
@@ -472,6 +473,46 @@ TEST_F(FmodTest, ACallbackMayUseCom) {
   FSOUND_Stream_Play(FSOUND_FREE, stream);
   ASSERT_TRUE(PlayUntil([&] { return result != E_PENDING; }));
   EXPECT_EQ(result, S_OK);
+}
+
+TEST_F(FmodTest, ACallbackThatThrowsDoesNoHarm) {
+  const Bytes file = CountingWave(10);
+  FSOUND_STREAM* stream = OpenInMemory(file);
+  FSOUND_Stream_SetEndCallback(stream, [](FSOUND_STREAM*, void*, int, void* ends) -> bool {
+    ++static_cast<EndRecorder*>(ends)->calls;
+    throw std::bad_alloc();
+  }, &ends_);
+  for (int calls = 1; calls < 4; ++calls) {
+    EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), 0);
+    EXPECT_TRUE(PlayUntil([&] { return ends_.calls == calls; }));
+  }
+}
+
+// --- Memory that runs out ---
+
+// Each round one allocation more succeeds, until all that the threads need do. A
+// sound that lacks one ends early, and its end is told.
+TEST_F(FmodTest, MemoryThatRunsOutEndsASoundAndNothingElse) {
+  FSOUND_Close();
+  const Bytes file = ToneWave(440, 22050, 30'000);
+  int successes = 0;
+  std::size_t heard = 0;
+  for (; heard < 2 * 60'000; ++successes) {
+    ASSERT_LT(successes, 1000);
+    ASSERT_TRUE(Start());
+    FSOUND_STREAM* stream = OpenInMemory(file);
+    FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_);
+    const int calls = ends_.calls;
+    const std::size_t before = device_.Heard().size();
+    const support::FailingNewElsewhere failing(successes);
+    ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), 0);
+    ASSERT_TRUE(PlayUntil([&] { return ends_.calls > calls; }));
+    heard = device_.Heard().size() - before;
+    const support::FailingNew none(0);
+    FSOUND_Close();
+  }
+  EXPECT_GT(successes, 2);
+  EXPECT_FALSE(device_.IsOpen());
 }
 
 // --- Close ---

@@ -11,6 +11,8 @@ using ::testing::IsEmpty;
 
 namespace {
 
+constexpr std::size_t kMostFrames = 100;
+
 std::unique_ptr<sound::Voice> VoiceOf(std::vector<float> samples, int rate = 44100) {
   return std::make_unique<sound::Voice>(DecoderOf({StereoBlock(std::move(samples), rate)}), 44100);
 }
@@ -23,14 +25,14 @@ std::vector<int> Mix(sound::Mixer& mixer, std::size_t frames) {
 
 TEST(Mixer, PlaysAVoiceUnchanged) {
   const auto voice = VoiceOf({0.5f, -0.5f, 1, -1});
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   EXPECT_THAT(Mix(mixer, 2), ElementsAre(16384, -16384, 32767, -32768));
 }
 
 TEST(Mixer, AddsVoicesAndStopsAtFullScale) {
   const auto one = VoiceOf({0.25f, 0.75f}), two = VoiceOf({0.25f, 0.75f});
-  sound::Mixer mixer(2);
+  sound::Mixer mixer(2, kMostFrames);
   mixer.Play(0, *one);
   mixer.Play(1, *two);
   EXPECT_THAT(Mix(mixer, 1), ElementsAre(16384, 32767));
@@ -38,7 +40,7 @@ TEST(Mixer, AddsVoicesAndStopsAtFullScale) {
 
 TEST(Mixer, VolumeIsAmplitudeInEqualSteps) {
   const auto voice = VoiceOf(std::vector<float>(20, 0.5f));
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   const std::pair<int, int> cases[] = {{255, 16384}, {51, 3277}, {0, 0}, {-5, 0}, {1000, 16384}};
   for (const auto& [volume, sample] : cases) {
@@ -49,7 +51,7 @@ TEST(Mixer, VolumeIsAmplitudeInEqualSteps) {
 
 TEST(Mixer, VolumeStaysForTheNextVoice) {
   const auto one = VoiceOf({0.5f, 0.5f}), two = VoiceOf({0.5f, 0.5f});
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.SetVolume(0, 51);
   mixer.Play(0, *one);
   EXPECT_THAT(Mix(mixer, 1), ElementsAre(3277, 3277));
@@ -60,7 +62,7 @@ TEST(Mixer, VolumeStaysForTheNextVoice) {
 
 TEST(Mixer, PanTakesFromTheOtherSide) {
   const auto voice = VoiceOf(std::vector<float>(20, 0.5f));
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   mixer.SetPan(0, 0);
   EXPECT_THAT(Mix(mixer, 1), ElementsAre(16384, 0));
@@ -72,7 +74,7 @@ TEST(Mixer, PanTakesFromTheOtherSide) {
 
 TEST(Mixer, APausedVoiceStandsStill) {
   const auto voice = VoiceOf({0.25f, 0.25f, 0.5f, 0.5f});
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   EXPECT_THAT(Mix(mixer, 1), ElementsAre(8192, 8192));
   mixer.SetPaused(0, true);
@@ -85,41 +87,51 @@ TEST(Mixer, APausedVoiceStandsStill) {
 
 TEST(Mixer, AVoiceIsFinishedWhenItsLastFrameIsHeard) {
   const auto voice = VoiceOf(std::vector<float>(2 * 150, 0.5f));
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   EXPECT_EQ(Mix(mixer, 100).size(), 200u);
   EXPECT_EQ(Mix(mixer, 100).size(), 100u);
-  EXPECT_EQ(mixer.MixedFrames(), 150);
-  EXPECT_THAT(mixer.TakeFinished(149), IsEmpty());
+  EXPECT_EQ(mixer.TakeFinished(149), nullptr);
   EXPECT_FALSE(mixer.IsFree(0));
-  EXPECT_THAT(mixer.TakeFinished(150), ElementsAre(voice.get()));
+  EXPECT_EQ(mixer.TakeFinished(150), voice.get());
   EXPECT_TRUE(mixer.IsFree(0));
-  EXPECT_THAT(mixer.TakeFinished(150), IsEmpty());
+  EXPECT_EQ(mixer.TakeFinished(150), nullptr);
 }
 
 TEST(Mixer, AVoiceThatFillsItsLastBlockIsFinishedToo) {
   const auto voice = VoiceOf(std::vector<float>(2 * 100, 0.5f));
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   EXPECT_EQ(Mix(mixer, 100).size(), 200u);
   EXPECT_THAT(Mix(mixer, 100), IsEmpty());
-  EXPECT_THAT(mixer.TakeFinished(100), ElementsAre(voice.get()));
+  EXPECT_EQ(mixer.TakeFinished(100), voice.get());
+}
+
+TEST(Mixer, VoicesThatFinishTogetherAreTakenOffOneByOne) {
+  const auto one = VoiceOf({0, 0}), two = VoiceOf({0, 0});
+  sound::Mixer mixer(2, kMostFrames);
+  mixer.Play(0, *one);
+  mixer.Play(1, *two);
+  Mix(mixer, 10);
+  EXPECT_EQ(mixer.TakeFinished(1), one.get());
+  EXPECT_EQ(mixer.TakeFinished(1), two.get());
+  EXPECT_EQ(mixer.TakeFinished(1), nullptr);
 }
 
 TEST(Mixer, APausedVoiceIsNotFinished) {
   const auto voice = VoiceOf({0.5f, 0.5f});
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.Play(0, *voice);
   Mix(mixer, 10);
   mixer.SetPaused(0, true);
-  EXPECT_THAT(mixer.TakeFinished(10), IsEmpty());
+  EXPECT_EQ(mixer.TakeFinished(10), nullptr);
   mixer.SetPaused(0, false);
-  EXPECT_THAT(mixer.TakeFinished(10), ElementsAre(voice.get()));
+  EXPECT_EQ(mixer.TakeFinished(10), voice.get());
 }
 
 TEST(Mixer, FindsAFreeChannel) {
   const auto one = VoiceOf({0, 0}), two = VoiceOf({0, 0});
-  sound::Mixer mixer(2);
+  sound::Mixer mixer(2, kMostFrames);
   EXPECT_EQ(mixer.FindFree(), 0);
   mixer.Play(0, *one);
   EXPECT_EQ(mixer.FindFree(), 1);
@@ -132,7 +144,7 @@ TEST(Mixer, FindsAFreeChannel) {
 
 TEST(Mixer, PlayEndsAPauseOfTheChannel) {
   const auto voice = VoiceOf({0.5f, 0.5f});
-  sound::Mixer mixer(1);
+  sound::Mixer mixer(1, kMostFrames);
   mixer.SetPaused(0, true);
   mixer.Play(0, *voice);
   EXPECT_EQ(Mix(mixer, 1).size(), 2u);

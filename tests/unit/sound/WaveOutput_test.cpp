@@ -1,6 +1,7 @@
 #include "sound/wave_output.h"
 
 #include "FakeWaveOut.h"
+#include "support/FailingNew.h"
 #include "support/ImportHook.h"
 
 #include <algorithm>
@@ -80,6 +81,20 @@ TEST_F(WaveOutputTest, WhatALostDeviceKeepsIsLeftToIt) {
   EXPECT_FALSE(device_.IsOpen());
   EXPECT_EQ(device_.KeptBlocks(), kBlocks - 1);
   EXPECT_TRUE(device_.KeptIsUntouched());
+}
+
+TEST_F(WaveOutputTest, WithoutMemoryForAnotherBlockThereIsNoneYet) {
+  Fill();
+  device_.RefuseToReset(true);
+  LoseDevice();
+  now_ += kLongerThanARetry;
+  const std::int16_t* block = nullptr;
+  {
+    const support::FailingNew none(0);
+    block = output_->FreeBlock();
+  }
+  EXPECT_EQ(block, nullptr);
+  EXPECT_EQ(Fill(), kBlocks);
 }
 
 TEST_F(WaveOutputTest, WhatADeviceKeepsAtTheEndIsLeftToIt) {
