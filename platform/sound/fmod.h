@@ -25,7 +25,8 @@ struct FSOUND_STREAM;
 // the stream is stopped or closed. Runs on a thread of this library that runs
 // nothing else, has a message loop and may use COM. `buffer` is null and
 // `length` 0; `userData` is what was given with the callback. The result isn't
-// used. The callback may call any function of this library.
+// used. The callback may call any function of this library, and what it throws
+// is dropped.
 using FSOUND_STREAMCALLBACK = bool (*)(FSOUND_STREAM* stream, void* buffer, int length,
                                        void* userData);
 
@@ -73,7 +74,8 @@ F_API void FSOUND_Close();
 // channel.
 F_API bool FSOUND_SetPan(int channel, int pan);
 F_API bool FSOUND_SetVolume(int channel, int volume);
-// Stops a channel where it stands, or lets it go on.
+// Stops a channel where it stands, or lets it go on. At once if no other channel
+// plays; else what is prepared is heard first.
 F_API bool FSOUND_SetPaused(int channel, bool paused);
 
 // Opens a file by name, or memory with FSOUND_LOADMEMORY, which isn't copied
@@ -82,10 +84,13 @@ F_API bool FSOUND_SetPaused(int channel, bool paused);
 // Null if that holds no sound.
 F_API FSOUND_STREAM* FSOUND_Stream_Open(const char* nameOrData, unsigned mode, int offset,
                                         int length);
-// Plays from the start on a channel, or on any free one with FSOUND_FREE.
-// The channel's number; -1 if there is none or it is taken.
+// Plays from the start on a channel, or on any free one with FSOUND_FREE; a
+// stream that plays already is stopped first, and its own channel counts as free.
+// The channel's number; -1 if there is none or it is taken, and then nothing
+// changes, or if the stream can't go back to its start.
 F_API int FSOUND_Stream_Play(int channel, FSOUND_STREAM* stream);
-// Ends the playing at once, without the callback.
+// Ends the playing, without the callback. At once if no other stream plays; else
+// what is prepared is heard first.
 F_API bool FSOUND_Stream_Stop(FSOUND_STREAM* stream);
 // Stops and frees the stream. A callback that is under way isn't waited for.
 F_API bool FSOUND_Stream_Close(FSOUND_STREAM* stream);

@@ -32,9 +32,9 @@ std::int16_t ToS16(float sample) {
 
 }  // namespace
 
-int Mixer::FindFree() const {
+int Mixer::FindFreeFor(const Voice& voice) const {
   for (int channel = 0; channel < Channels(); ++channel)
-    if (IsFree(channel)) return channel;
+    if (IsFreeFor(voice, channel)) return channel;
   return -1;
 }
 

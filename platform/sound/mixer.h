@@ -18,9 +18,12 @@ class Mixer {
 
   int Channels() const { return static_cast<int>(channels_.size()); }
   bool IsChannel(int channel) const { return channel >= 0 && channel < Channels(); }
-  // A channel that plays nothing, or -1.
-  int FindFree() const;
-  bool IsFree(int channel) const { return At(channel).voice == nullptr; }
+  // A channel that `voice` may play on: one that plays nothing, or that voice
+  // itself. -1 if there is none.
+  int FindFreeFor(const Voice& voice) const;
+  bool IsFreeFor(const Voice& voice, int channel) const {
+    return !At(channel).voice || At(channel).voice == &voice;
+  }
 
   // Puts a voice on a free channel, which isn't paused then. It has to stay
   // until it is taken off.

@@ -126,10 +126,10 @@ int SoundSystem::PlayStream(int channel, FSOUND_STREAM* handle) {
   const auto found = streams_.find(handle);
   if (found == streams_.end()) return -1;
   Stream& stream = found->second;
+  const int chosen = channel == FSOUND_FREE ? mixer_.FindFreeFor(*stream.voice) : channel;
+  if (!mixer_.IsChannel(chosen) || !mixer_.IsFreeFor(*stream.voice, chosen)) return -1;
   TakeOff(stream);
   ForgetEnds(handle);
-  const int chosen = channel == FSOUND_FREE ? mixer_.FindFree() : channel;
-  if (!mixer_.IsChannel(chosen) || !mixer_.IsFree(chosen)) return -1;
   if (std::exchange(stream.started, true) && !stream.voice->Rewind()) return -1;
   mixer_.Play(chosen, *stream.voice);
   UpdatePause();

@@ -113,6 +113,22 @@ TEST_F(FmodTest, WithoutADeviceInitFails) {
   EXPECT_TRUE(Start());
 }
 
+TEST_F(FmodTest, WithoutAnOutputAllElseFailsToo) {
+  const Bytes file = CountingWave(100);
+  FSOUND_STREAM* stream = OpenInMemory(file);
+  FSOUND_Close();
+  for (const int channel : {0, FSOUND_ALL}) {
+    EXPECT_FALSE(FSOUND_SetPan(channel, FSOUND_STEREOPAN));
+    EXPECT_FALSE(FSOUND_SetVolume(channel, 255));
+    EXPECT_FALSE(FSOUND_SetPaused(channel, true));
+  }
+  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), -1);
+  EXPECT_FALSE(FSOUND_Stream_Stop(stream));
+  EXPECT_FALSE(FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_));
+  EXPECT_FALSE(FSOUND_Stream_Close(stream));
+  EXPECT_EQ(OpenInMemory(file), nullptr);
+}
+
 TEST_F(FmodTest, WithoutItsSecondThreadInitFailsAndLetsGoOfTheDevice) {
   FSOUND_Close();
   int threads = 0;
@@ -365,19 +381,70 @@ TEST_F(FmodTest, StoppingAPausedStreamLeavesNoPause) {
   EXPECT_TRUE(PlayFrames(1000));
 }
 
-TEST_F(FmodTest, OneOfTwoChannelsCanBePaused) {
-  FSOUND_Close();
-  ASSERT_TRUE(Start(2));
-  const Bytes file = MakeWave({}, Samples16(std::vector<int>(2 * 100'000, 1000)));
-  const int one = FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(file));
-  const int two = FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(file));
-  EXPECT_EQ(one, 0);
-  EXPECT_EQ(two, 1);
-  ASSERT_TRUE(
-      PlayUntil([&] { return !device_.Heard().empty() && device_.Heard().back() == 2000; }));
-  EXPECT_TRUE(FSOUND_SetPaused(one, true));
+// Two streams of one sample value each, whose sum is heard while both play.
+class TwoStreams : public FmodTest {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(Start(2));
+    one_ = OpenInMemory(ones_);
+    two_ = OpenInMemory(twos_);
+    ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, one_), 0);
+    ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, two_), 1);
+    ASSERT_TRUE(PlayUntil([&] { return !device_.Heard().empty() && LastHeard() == kSum; }));
+    ASSERT_TRUE(WaitForFullQueue());
+  }
+  int LastHeard() { return device_.Heard().back(); }
+  // Where what is prepared ends.
+  std::size_t Edge() { return device_.Heard().size() + 2 * device_.QueuedFrames(); }
+  // What is heard right before that place, and right behind it.
+  std::pair<int, int> HeardAround(std::size_t edge) {
+    EXPECT_TRUE(PlayUntil([&] { return device_.Heard().size() > edge; }));
+    return {device_.Heard()[edge - 1], device_.Heard()[edge]};
+  }
+
+  static Bytes Constant(int value) {
+    return MakeWave({}, Samples16(std::vector<int>(2 * 100'000, value)));
+  }
+
+  static constexpr int kSum = 3000;
+  const Bytes ones_ = Constant(1000), twos_ = Constant(2000);
+  FSOUND_STREAM* one_ = nullptr;
+  FSOUND_STREAM* two_ = nullptr;
+};
+
+TEST_F(TwoStreams, OnePausesBehindWhatIsPrepared) {
+  const std::size_t edge = Edge();
+  EXPECT_TRUE(FSOUND_SetPaused(0, true));
   EXPECT_FALSE(device_.IsPaused());
-  EXPECT_TRUE(PlayUntil([&] { return device_.Heard().back() == 1000; }));
+  EXPECT_EQ(HeardAround(edge), std::pair(kSum, 2000));
+  EXPECT_TRUE(FSOUND_SetPaused(0, false));
+  EXPECT_TRUE(PlayUntil([&] { return LastHeard() == kSum; }));
+}
+
+TEST_F(TwoStreams, OneStopsBehindWhatIsPrepared) {
+  const std::size_t edge = Edge();
+  EXPECT_TRUE(FSOUND_Stream_Stop(one_));
+  EXPECT_EQ(HeardAround(edge), std::pair(kSum, 2000));
+}
+
+TEST_F(TwoStreams, TheLastOneStopsAtOnce) {
+  EXPECT_TRUE(FSOUND_Stream_Stop(one_));
+  EXPECT_TRUE(FSOUND_Stream_Stop(two_));
+  EXPECT_EQ(device_.QueuedFrames(), 0u);
+}
+
+TEST_F(TwoStreams, GoOnWhereTheyAreIfAnotherChannelIsRefused) {
+  const std::size_t edge = Edge();
+  EXPECT_EQ(FSOUND_Stream_Play(0, two_), -1);
+  EXPECT_EQ(FSOUND_Stream_Play(7, two_), -1);
+  EXPECT_EQ(HeardAround(edge), std::pair(kSum, kSum));
+}
+
+TEST_F(TwoStreams, StartAnewOnTheirOwnChannels) {
+  const std::size_t edge = Edge();
+  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, two_), 1);
+  EXPECT_EQ(FSOUND_Stream_Play(0, one_), 0);
+  EXPECT_EQ(HeardAround(edge), std::pair(kSum, kSum));
 }
 
 // --- Volume, pan, channels ---

@@ -92,9 +92,9 @@ TEST(Mixer, AVoiceIsFinishedWhenItsLastFrameIsHeard) {
   EXPECT_EQ(Mix(mixer, 100).size(), 200u);
   EXPECT_EQ(Mix(mixer, 100).size(), 100u);
   EXPECT_EQ(mixer.TakeFinished(149), nullptr);
-  EXPECT_FALSE(mixer.IsFree(0));
+  EXPECT_TRUE(mixer.HasVoices());
   EXPECT_EQ(mixer.TakeFinished(150), voice.get());
-  EXPECT_TRUE(mixer.IsFree(0));
+  EXPECT_FALSE(mixer.HasVoices());
   EXPECT_EQ(mixer.TakeFinished(150), nullptr);
 }
 
@@ -130,16 +130,26 @@ TEST(Mixer, APausedVoiceIsNotFinished) {
 }
 
 TEST(Mixer, FindsAFreeChannel) {
-  const auto one = VoiceOf({0, 0}), two = VoiceOf({0, 0});
+  const auto one = VoiceOf({0, 0}), two = VoiceOf({0, 0}), three = VoiceOf({0, 0});
   sound::Mixer mixer(2, kMostFrames);
-  EXPECT_EQ(mixer.FindFree(), 0);
+  EXPECT_EQ(mixer.FindFreeFor(*three), 0);
   mixer.Play(0, *one);
-  EXPECT_EQ(mixer.FindFree(), 1);
+  EXPECT_EQ(mixer.FindFreeFor(*three), 1);
   mixer.Play(1, *two);
-  EXPECT_EQ(mixer.FindFree(), -1);
+  EXPECT_EQ(mixer.FindFreeFor(*three), -1);
   EXPECT_TRUE(mixer.Stop(*one));
   EXPECT_FALSE(mixer.Stop(*one));
-  EXPECT_EQ(mixer.FindFree(), 0);
+  EXPECT_EQ(mixer.FindFreeFor(*three), 0);
+}
+
+TEST(Mixer, AVoicesOwnChannelIsFreeForIt) {
+  const auto one = VoiceOf({0, 0}), two = VoiceOf({0, 0});
+  sound::Mixer mixer(2, kMostFrames);
+  mixer.Play(0, *one);
+  mixer.Play(1, *two);
+  EXPECT_EQ(mixer.FindFreeFor(*two), 1);
+  EXPECT_TRUE(mixer.IsFreeFor(*two, 1));
+  EXPECT_FALSE(mixer.IsFreeFor(*two, 0));
 }
 
 TEST(Mixer, PlayEndsAPauseOfTheChannel) {
