@@ -5,6 +5,7 @@
 
 #include "base/win.h"
 
+#include <atomic>
 #include <cstdint>
 
 class cThread {
@@ -27,7 +28,7 @@ class cThread {
   void Stop();
   // How long Stop waits, in ms; INFINITE unless set.
   void SetTimeout(std::uint32_t ms) { timeout = ms; }
-  // False once Stop was called or Run has ended by itself; Run polls it.
+  // False once Stop was called or Run has ended by itself; a Run that loops polls it.
   bool IsRunning() const { return running; }
 
  protected:
@@ -40,7 +41,7 @@ class cThread {
   DWORD threadId = 0;
   std::uint32_t timeout = INFINITE;
   // A one-way signal from true to false; it orders nothing else.
-  volatile bool running = false;
+  std::atomic<bool> running = false;
   std::uint32_t createFlags = CREATE_SUSPENDED;
 
  private:

@@ -55,12 +55,12 @@ std::int32_t MusicPlayer::Init(std::int32_t newVolume) {
     FSOUND_SetBufferSize(kBufferMs);
     FSOUND_SetDriver(0);
     FSOUND_SetOutput(FSOUND_OUTPUT_WINMM);
-    if (!FSOUND_Init(kMixRate, kChannels, FSOUND_INIT_GLOBALFOCUS)) return kMusicEngineFailed;
+    if (!FSOUND_Init(kMixRate, kChannels, FSOUND_INIT_GLOBALFOCUS)) return kMusicFailed;
     FSOUND_SetPan(FSOUND_ALL, FSOUND_STEREOPAN);
     FSOUND_SetVolume(FSOUND_ALL, volume);
     AudioStream::Instance().SetVolume(LowVolume());
   } catch (...) {
-    result = kMusicEngineFailed;
+    result = kMusicFailed;
   }
   if (AudioStream* const audioStream = AudioStream::Existing()) audioStream->SetNamedDevice(false);
   return result;
@@ -107,7 +107,7 @@ void MusicPlayer::Reset() {
 
 std::int32_t MusicPlayer::Load(const char* path) {
   const InTurn inTurn(*this);
-  return playlist.Load(path) ? kMusicDone : kMusicEngineFailed;
+  return playlist.Load(path) ? kMusicDone : kMusicFailed;
 }
 
 void MusicPlayer::AddEntry(const char* text) {
@@ -151,7 +151,7 @@ std::int32_t MusicPlayer::Resume() {
   const bool resumed =
       usingFmod ? FSOUND_SetPaused(channel, false)
                 : AudioStream::Instance().Play(static_cast<std::uint32_t>(audioStreamId), false);
-  if (!resumed) return kMusicEngineFailed;
+  if (!resumed) return kMusicFailed;
   stopped = false;
   return kMusicDone;
 }
@@ -216,7 +216,7 @@ std::int32_t MusicPlayer::Previous() {
 std::int32_t MusicPlayer::Pause() {
   const InTurn inTurn(*this);
   paused = true;
-  if (usingFmod) return FSOUND_SetPaused(channel, true) ? kMusicDone : kMusicEngineFailed;
+  if (usingFmod) return FSOUND_SetPaused(channel, true) ? kMusicDone : kMusicFailed;
   AudioStream::Instance().Pause(static_cast<std::uint32_t>(audioStreamId));
   return kMusicDone;
 }
@@ -233,7 +233,7 @@ std::int32_t MusicPlayer::Stop() {
   const bool halted = FSOUND_Stream_Stop(stream);
   const bool closed = halted && FSOUND_Stream_Close(stream);
   stream = nullptr;
-  return closed ? kMusicDone : kMusicEngineFailed;
+  return closed ? kMusicDone : kMusicFailed;
 }
 
 void MusicPlayer::SetVolume() {

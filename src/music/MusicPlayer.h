@@ -23,7 +23,7 @@ struct FSOUND_STREAM;
 enum MusicResult : std::int32_t {
   kMusicDone = 0,
   kMusicNothingPlayed = 1,
-  kMusicEngineFailed = 2,
+  kMusicFailed = 2,  // the engine, or the list's file
   kMusicBeyondList = 3,
 };
 
@@ -41,9 +41,10 @@ class MusicPlayer {
   MusicPlayer& operator=(const MusicPlayer&) = delete;
 
   // Starts the sound output. `newVolume` is 0 to 255; DirectShow takes its low
-  // eight bits only. kMusicEngineFailed if there is no device.
+  // eight bits only. kMusicFailed if there is no device.
   std::int32_t Init(std::int32_t newVolume);
-  // Replaces the list by what a playlist file holds.
+  // Replaces the list by what a playlist file holds, which may be nothing.
+  // kMusicFailed if it can't be read.
   std::int32_t Load(const char* path);
   // Appends a file's path, or "?" and a name for the resolver.
   void AddEntry(const char* text);
@@ -55,11 +56,17 @@ class MusicPlayer {
 
   // Resumes a paused track; else plays the current one from its start, or the
   // next that can be played. `which` is -1; any other number is only checked
-  // against the length of the list.
+  // against the length of the list. kMusicFailed if a paused track doesn't
+  // resume, kMusicNothingPlayed if no track plays, kMusicBeyondList if there is
+  // none of that number, or none at all.
   std::int32_t Play(std::int32_t which);
+  // Both go round at the end of the list. kMusicNothingPlayed if no track plays
+  // or there is none.
   std::int32_t Next();
   std::int32_t Previous();
+  // kMusicFailed if fmod.dll has nothing to pause; IsPaused is true even so.
   std::int32_t Pause();
+  // kMusicFailed if fmod.dll has no such stream (any more); it is let go even so.
   std::int32_t Stop();
   bool IsPaused() const { return paused; }
   bool IsStopped() const { return stopped; }

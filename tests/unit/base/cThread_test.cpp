@@ -32,8 +32,8 @@ class Job : public cThread {
   std::uint32_t CreateFlags() const { return createFlags; }
   void ClearRunning() { running = false; }
   bool FieldsStandInOrder() const {
-    return support::StandInOrder(handle, threadId, timeout, const_cast<bool&>(running),
-                                 createFlags);
+    return support::StandInOrder(handle, threadId, timeout, running, createFlags) &&
+           sizeof running == sizeof(bool);
   }
 
  private:

@@ -78,16 +78,16 @@ TEST_F(MusicPlayerTest, InitStartsTheOutputInOrder) {
 
 TEST_F(MusicPlayerTest, WithoutADeviceInitDoesNoMore) {
   fmod.Fail("Init");
-  EXPECT_EQ(player->Init(200), kMusicEngineFailed);
+  EXPECT_EQ(player->Init(200), kMusicFailed);
   EXPECT_EQ(fmod.Take().back(), "Init 44100 1 2");
   EXPECT_EQ(AudioStream::Existing(), nullptr);
 }
 
 // Wherever in it memory runs out, the fake's own included.
 TEST_F(MusicPlayerTest, AnExceptionWithinInitIsAFailureOfTheEngine) {
-  std::int32_t result = kMusicEngineFailed;
+  std::int32_t result = kMusicFailed;
   int failures = 0;
-  for (; result == kMusicEngineFailed && failures < 1000; ++failures) {
+  for (; result == kMusicFailed && failures < 1000; ++failures) {
     player.emplace();
     const support::FailingNew failing(failures);
     result = player->Init(200);
@@ -321,19 +321,19 @@ TEST_F(MusicPlayerTest, FailuresOfTheEngineAreReported) {
   Fill({"a.ogg"});
   player->Play(-1);
   fmod.Fail("SetPaused");
-  EXPECT_EQ(player->Pause(), kMusicEngineFailed);
+  EXPECT_EQ(player->Pause(), kMusicFailed);
   EXPECT_TRUE(player->IsPaused());
-  EXPECT_EQ(player->Play(-1), kMusicEngineFailed);
+  EXPECT_EQ(player->Play(-1), kMusicFailed);
   EXPECT_FALSE(player->IsPaused());
   fmod.Fail("Stop");
-  EXPECT_EQ(player->Stop(), kMusicEngineFailed);
+  EXPECT_EQ(player->Stop(), kMusicFailed);
   EXPECT_EQ(player->Stop(), kMusicDone);  // the stream is forgotten
   player->Close();
   player->Init(255);
   fmod.Fail("Stop", false);
   player->Play(-1);
   fmod.Fail("CloseStream");
-  EXPECT_EQ(player->Stop(), kMusicEngineFailed);
+  EXPECT_EQ(player->Stop(), kMusicFailed);
 }
 
 TEST_F(MusicPlayerTest, StopWithNothingOpenIsDone) {
@@ -405,7 +405,7 @@ TEST_F(MusicPlayerTest, AGraphThatCannotBeResumedHasTheNextTrackPlayed) {
   ASSERT_TRUE(directShow.Tell(EC_ERRORABORT));
   PumpMessages();
   directShow.Bad("a.mp3");
-  EXPECT_EQ(player->Play(-1), kMusicEngineFailed);
+  EXPECT_EQ(player->Play(-1), kMusicFailed);
   EXPECT_EQ(Playing(), "b.ogg");
 }
 
@@ -453,7 +453,7 @@ TEST_F(MusicPlayerTest, LoadReplacesTheListByAPlaylist) {
   EXPECT_EQ(player->Count(), 2);
   player->Play(-1);
   EXPECT_EQ(Playing(), "C:\\a.ogg");
-  EXPECT_EQ(player->Load("C:\\no such list.m3u"), kMusicEngineFailed);
+  EXPECT_EQ(player->Load("C:\\no such list.m3u"), kMusicFailed);
 }
 
 std::vector<std::string> OrderPlayed(MusicPlayer& player, FakeFmod& fmod) {
