@@ -110,7 +110,7 @@ void CrashOnTwoThreads() {
                 if (++reports > 1) ExitProcess(kSecondReport);
                 const KernelHandle thread(
                     CreateThread(nullptr, 0, FaultOnThread, nullptr, 0, nullptr));
-                WaitForSingleObject(thread.get(), 500);  // it would report, or end the process
+                WaitForSingleObject(thread.get(), 3000);  // it would report, or end the process
                 return nullptr;
               });
   Throw();

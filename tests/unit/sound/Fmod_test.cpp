@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -336,7 +337,7 @@ struct Jukebox {
 TEST_F(FmodTest, TheCallbackMayOpenAndPlayTheNext) {
   Jukebox jukebox;
   jukebox.PlayNext();
-  EXPECT_TRUE(PlayUntil([&] { return jukebox.played == 20; }));
+  EXPECT_TRUE(PlayUntil([&] { return jukebox.played >= 20; }));
   FSOUND_Close();
 }
 
@@ -631,9 +632,12 @@ TEST_F(FmodTest, CloseWaitsForACallbackUnderWay) {
     return true;
   }, nullptr);
   FSOUND_Stream_Play(FSOUND_FREE, stream);
-  ASSERT_TRUE(PlayUntil([&] { return step == 1; }));
+  ASSERT_TRUE(PlayUntil([&] { return step >= 1; }));
+  const auto before = std::chrono::steady_clock::now();
   FSOUND_Close();
-  EXPECT_EQ(step, 2);
+  const auto waited = std::chrono::steady_clock::now() - before;
+  // It waits for 200 ms at most, and the callback's 50 may be more on a busy machine.
+  EXPECT_TRUE(step == 2 || waited >= std::chrono::milliseconds(190));
 }
 
 TEST_F(FmodTest, ACallbackThatNeverEndsDoesNotHoldCloseUp) {
@@ -659,14 +663,14 @@ TEST_F(FmodTest, ACallbackThatNeverEndsDoesNotHoldCloseUp) {
 
 // --- A device that goes away ---
 
-// Twenty times as fast as the real clock. Calls are read on the mixing thread,
-// so it has to be there before the output starts.
+// The clock runs ahead of the real one only where a device is waited for that is lost or
+// was: at other times a mixing thread that is late would lose its device. Calls are read on
+// the mixing thread, so the clock has to be there before the output starts.
 class LostDevice : public FmodTest {
  protected:
   void SetUp() override {
-    start_ = REAL_IMPORT("winmm.dll", timeGetTime)();
     clock_ = ANY_HOOK("winmm.dll", timeGetTime, [this]() -> DWORD {
-      return start_ + kSpeed * (REAL_IMPORT("winmm.dll", timeGetTime)() - start_);
+      return REAL_IMPORT("winmm.dll", timeGetTime)() + skipped_;
     });
     FmodTest::SetUp();
   }
@@ -680,6 +684,16 @@ class LostDevice : public FmodTest {
     FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_);
     EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), 0);
     return stream;
+  }
+  // As WaitFor, while the clock runs some twenty times as fast as the real one.
+  template <class Condition>
+  bool WaitInHaste(Condition condition) {
+    return WaitFor([&] { return condition() || (skipped_ += 40, false); });
+  }
+  // More at once than a device may be silent; gives the mixing thread time to see it.
+  void SkipFarAhead() {
+    skipped_ += 8000;
+    Sleep(100);
   }
   void PlugOut() {
     device_.RefuseToOpen(true);
@@ -701,8 +715,7 @@ class LostDevice : public FmodTest {
                     Bytes(3'000'000, 0xA0));
   }
 
-  static constexpr DWORD kSpeed = 20;
-  DWORD start_ = 0;
+  std::atomic<DWORD> skipped_{0};  // ms
   support::AnyHook clock_;
 };
 
@@ -711,7 +724,7 @@ TEST_F(LostDevice, EndsStreamsAllTheSame) {
   Play(file);
   ASSERT_TRUE(PlayFrames(5000));
   PlugOut();
-  EXPECT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+  EXPECT_TRUE(WaitInHaste([&] { return ends_.calls == 1; }));
   EXPECT_FALSE(device_.IsOpen());
 }
 
@@ -729,7 +742,7 @@ TEST_F(LostDevice, IsMissedWhenItKeepsAllBlocks) {
   Play(file);
   ASSERT_TRUE(WaitForFullQueue());
   PlugOut();
-  EXPECT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
+  EXPECT_TRUE(WaitInHaste([&] { return !device_.IsOpen(); }));
 }
 
 TEST_F(LostDevice, IsMissedWhenItKeepsTheLastBlocksOfAStream) {
@@ -737,7 +750,7 @@ TEST_F(LostDevice, IsMissedWhenItKeepsTheLastBlocksOfAStream) {
   Play(file);
   ASSERT_TRUE(WaitFor([&] { return device_.QueuedFrames() == 3000; }));
   PlugOut();
-  EXPECT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+  EXPECT_TRUE(WaitInHaste([&] { return ends_.calls == 1; }));
 }
 
 TEST_F(LostDevice, IsHeardAgainWhenItComesBack) {
@@ -746,9 +759,9 @@ TEST_F(LostDevice, IsHeardAgainWhenItComesBack) {
   for (int times = 2; times < 5; ++times) {
     ASSERT_TRUE(IsHeardAgain());
     PlugOut();
-    ASSERT_TRUE(WaitFor([&] { return !device_.IsOpen(); }));
+    ASSERT_TRUE(WaitInHaste([&] { return !device_.IsOpen(); }));
     PlugIn();
-    ASSERT_TRUE(WaitFor([&] { return device_.Opened() == times; }));
+    ASSERT_TRUE(WaitInHaste([&] { return device_.Opened() == times; }));
   }
   EXPECT_TRUE(IsHeardAgain());
 }
@@ -773,7 +786,7 @@ TEST_F(LostDevice, IsHeardAgainByALaterStream) {
   Play(file);
   ASSERT_TRUE(PlayFrames(2000));
   PlugOut();
-  ASSERT_TRUE(WaitFor([&] { return ends_.calls == 1; }));
+  ASSERT_TRUE(WaitInHaste([&] { return ends_.calls == 1; }));
   PlugIn();
   Play(later);
   EXPECT_TRUE(IsHeardAgain());
@@ -784,7 +797,7 @@ TEST_F(LostDevice, IsNotTakenForAPausedOne) {
   Play(file);
   ASSERT_TRUE(WaitForFullQueue());
   FSOUND_SetPaused(0, true);
-  Sleep(400);  // eight seconds by that clock
+  SkipFarAhead();
   EXPECT_TRUE(device_.IsOpen());
   FSOUND_SetPaused(0, false);
   EXPECT_TRUE(IsHeardAgain());
@@ -792,7 +805,7 @@ TEST_F(LostDevice, IsNotTakenForAPausedOne) {
 }
 
 TEST_F(LostDevice, IsNotTakenForOneThatHasNothingToPlay) {
-  Sleep(400);
+  SkipFarAhead();
   const Bytes file = LongWave();
   Play(file);
   EXPECT_TRUE(IsHeardAgain());
