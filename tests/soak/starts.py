@@ -14,7 +14,7 @@ from .slides import BUNDLE, LOG, log_faults
 MODES = {"fast": dict(FastMode=1), "direct3d": dict(FastMode=0, Animate=1, Crossfade=1),
          "preview": dict(FastMode=0)}
 READINGS = 100           # a run
-KEY_AGAIN = 3.0          # seconds until an unheard key is pressed again
+KEY_AGAIN = 3.0 / PATIENCE  # a wait's limit: after three seconds an unheard key is pressed again
 MOST_TO_END = 60 * PATIENCE  # seconds
 WM_CLOSE = 0x0010
 WS_VISIBLE = 0x10000000
