@@ -79,9 +79,11 @@ def test_wallpaper_has_the_size_of_the_desktop_not_of_the_session(adjustable):
 @pytest.mark.display(width=640, height=480, depth=16)
 def test_desktop_of_sixteen_bits_is_left_at_sixteen_bits(desktop, four_pictures):
     desktop.slides(four_pictures)
+    desktop.settings(ImageDelay="60.000000")
     run = desktop.start("/s").wait_for_show()
     assert "BitsPerPel: 16" in desktop.log()
     expected = pictures.on_screen(four_pictures[0], 640, 480)
-    assert pictures.mean_error(desktop.display.shot(), expected) < 6
+    wait_until("the first picture",
+               lambda: pictures.mean_error(desktop.display.shot(), expected) < 6, alive=run.ended)
     assert run.quit() == 0
     assert CALL not in desktop.log()

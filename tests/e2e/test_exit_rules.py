@@ -115,9 +115,11 @@ def test_system_knows_that_a_saver_runs(show):
 PASSWORD_LINE = "WM_CLOSE: GetTickCount() - ss->InitTime > 1000*ss->PasswordDelay"
 
 
-def test_close_within_the_password_delay_asks_for_nothing(show):
-    assert show.quit() == 0
-    assert PASSWORD_LINE not in show.desktop.log()
+def test_close_within_the_password_delay_asks_for_nothing(desktop, four_pictures):
+    desktop.hand.set_dword("HKLM", SYSTEM_KEY, "Password Delay", 3600)
+    desktop.slides(four_pictures)
+    assert desktop.start("/s").wait_for_show().quit() == 0
+    assert PASSWORD_LINE not in desktop.log()
 
 
 def test_close_after_the_password_delay_passes_without_a_password_library(desktop, four_pictures):

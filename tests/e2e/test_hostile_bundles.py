@@ -6,6 +6,7 @@ import zlib
 import pytest
 
 from harness import bundles, pictures
+from harness.displays import settled
 from harness.waiting import wait_until
 
 pytestmark = pytest.mark.display(width=320, height=240)
@@ -154,9 +155,11 @@ def test_good_pictures_between_hostile_ones_are_shown(desktop):
 
 def test_picture_without_a_record_takes_the_first_records_size(desktop):
     """The catalogue knows one picture only, and calls it twice as wide as high."""
+    desktop.settings(ImageDelay="60.000000")
     desktop.slide_file(with_dims(bundles.dims_record("somebody else", 640, 320)))
     run = desktop.start("/s").wait_for_show()
-    screen = desktop.display.shot()
+    wait_until("the picture", lambda: desktop.display.shot()[40:200].min() > 0, alive=run.ended)
+    screen = settled(desktop.display)
     assert not screen[:40].any() and not screen[200:].any(), "black bars above and below"
     assert screen[40:200].min() > 0
     assert run.quit() == 0

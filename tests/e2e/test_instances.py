@@ -18,14 +18,20 @@ def shows_no_window(run):
 
 @pytest.fixture
 def second(show):
-    """A second saver, once it waits for the first."""
+    """A second saver, on its way to wait for the first."""
+    hand = show.desktop.hand
+    assert hand.value("mutex-exists", MUTEX) == 1
     run = show.desktop.start("/s")
-    assert show.desktop.hand.value("mutex-exists", MUTEX) == 1
+    wait_until("two savers", lambda: hand.value("count-programs", "Velmora2.scr") == 2,
+               alive=run.ended)
     return run
 
 
+# A second saver that waits does so for fifteen seconds, which may be few: until it is looked
+# at, no more than one picture is waited for.
+
 def test_second_saver_waits_for_the_first_to_end(show, second, four_pictures):
-    show.wait_for_next(four_pictures)
+    show.wait_for_picture(*four_pictures)
     assert second.running() and shows_no_window(second)
     show.desktop.display.key("q")
     assert show.wait_end() == 0
@@ -34,7 +40,7 @@ def test_second_saver_waits_for_the_first_to_end(show, second, four_pictures):
 
 
 def test_second_saver_takes_over_from_one_that_was_killed(show, second, four_pictures):
-    show.wait_for_next(four_pictures)
+    show.wait_for_picture(*four_pictures)
     assert second.running()
     show.kill()
     second.wait_for_show()
@@ -64,7 +70,7 @@ def test_preview_waits_for_a_running_saver(desktop, four_pictures):
     frame = desktop.hand.value("open-preview-frame", 100, 80)
     saver = desktop.start("/s").wait_for_show()
     preview = desktop.start("/p", frame)
-    saver.wait_for_next(four_pictures)
+    saver.wait_for_picture(*four_pictures)
     assert preview.running() and not desktop.hand.children(frame)
     assert saver.quit() == 0
     wait_until("the preview", lambda: desktop.hand.children(frame), alive=preview.ended)

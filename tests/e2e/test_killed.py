@@ -110,7 +110,7 @@ def to_tear_down(run, shown):
         run.process.send_signal(signal.SIGSTOP)
         return "Exited main loop." in run.log_text()
 
-    wait_until("the tear-down", tearing_down, step=0, alive=run.ended)
+    wait_until("the tear-down", tearing_down, 180, step=0, alive=run.ended)
     if run.desktop.setting_dword("DoChecksum") == 0:  # cleared as the run's last act but a log line
         run.process.send_signal(signal.SIGCONT)
         raise Missed

@@ -80,7 +80,8 @@ class Run:
     @contextlib.contextmanager
     def suspended_in_set_up(self):
         """Stops the program's clock during the set-up, in the first wipe."""
-        self.wait_for_log("Enter function: initStates")
+        wait_until("the set-up", lambda: "Enter function: initStates" in self.log_text(),
+                   step=0.002, alive=self.ended)
         self.process.send_signal(signal.SIGSTOP)
         try:
             assert "Entering main loop..." not in self.log_text()
