@@ -13,7 +13,7 @@ from harness.integrity import WholeInstallation
 from harness.minidump import Minidump
 from harness.saver import SETTINGS_KEY
 from harness.waiting import wait_until
-from harness.webserver import WebServer, hang
+from harness.webserver import WebServer, hang, redirect
 
 pytestmark = pytest.mark.display(width=320, height=240)
 
@@ -203,11 +203,7 @@ def test_crash_on_the_update_checks_thread_is_dumped(stage):
     """The thread waits for an answer and crashes when the connection ends."""
     with contextlib.closing(WebServer()) as server:
         server.answer = hang
-        program = stage.desktop.install / "Velmora2.exe"
-        code = program.read_bytes()
-        assert code.count(UPDATES_HOST) == 1, "the build has another host for updates"
-        program.write_bytes(
-            code.replace(UPDATES_HOST, server.host.encode().ljust(len(UPDATES_HOST), b"\0")))
+        redirect(stage.desktop.install / "Velmora2.exe", UPDATES_HOST, server.host)
         stage.files = WholeInstallation(stage.desktop)
         settings = stage.open_settings("Velmora2.exe")
         own = ("threads-from", settings["pid"], "Velmora2.exe")

@@ -8,7 +8,7 @@ import numpy
 import PIL.Image
 import pytest
 
-from harness import pictures
+from harness import pictures, skin
 from harness.dialogs import Dialog
 from harness.saver import SETTINGS_KEY
 from harness.waiting import wait_until
@@ -171,11 +171,14 @@ def test_delay_dragged_off_the_left_of_the_window_is_the_shortest(window):
 def test_wheel_and_mouse_move_the_knob_of_the_list(bare_desktop):
     window = Window(bare_desktop)
     left, top = window.corner()
-    at_the_top = window.pixels(614, 275, 15, 94)
+    drawing = skin.Skin((bare_desktop.install / "Velmora2.exe").read_bytes()).looks()
+    track_left, track_top, track_right, track_bottom = skin.box_of(skin.MODE_TRACK)
+    at_the_top = drawing[track_top:track_bottom, track_left:track_right]
 
     def knob_is_up():
-        return numpy.array_equal(window.pixels(614, 275, 15, 94), at_the_top)
+        return skin.looks_like(window.pixels(*skin.MODE_TRACK), at_the_top)
 
+    wait_until("the knob at the top", knob_is_up, alive=window.run.ended)
     # Over the knob, which has the focus for the wheel by a click, and then over the list.
     for x, y in ((621, 281), (560, 280)):
         bare_desktop.display.xdotool("mousemove", left + x, top + y, "click", 1, "click", 5)

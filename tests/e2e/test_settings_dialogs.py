@@ -6,7 +6,10 @@ import numpy
 import pytest
 
 from harness.dialogs import Dialog, SettingsWindow
+from harness.displays import settled
+from harness.skin import Skin, looks_like
 from harness.waiting import wait_until
+from harness.webserver import redirect
 
 pytestmark = pytest.mark.display(width=1024, height=768)
 
@@ -20,6 +23,8 @@ SURE = "Are you sure?"
 
 OK, CANCEL, YES, NO = 1, 2, 6, 7
 LB_GETCOUNT, BM_GETCHECK = 0x018B, 0x00F0
+# What the about dialog's button shows of the settings window's picture.
+PIECE = slice(94, 122), slice(14, 168)
 
 
 # --- Custom music ---
@@ -200,12 +205,20 @@ def test_captions_that_are_cancelled_in_either_window_are_not_stored(bare_deskto
     assert bare_desktop.setting_dword("ShowCaptions") == 0
 
 
+def has_several_colours(pixels):
+    return (pixels != pixels[0, 0]).any()
+
+
 def test_the_sample_changes_as_one_chooses(bare_desktop):
     window = SettingsWindow(bare_desktop)
     captions = window.open("captions", CAPTIONS)
+    wait_until("a sample", lambda: has_several_colours(captions.pixels(1111)),
+               alive=window.run.ended)
+    settled(bare_desktop.display)
     grey = captions.pixels(1111)
     captions.press(1109)
     wait_until("a black sample", lambda: not numpy.array_equal(captions.pixels(1111), grey))
+    settled(bare_desktop.display)
     upright = captions.pixels(1111)
     captions.press(1117)
     wait_until("a lighter sample", lambda: not numpy.array_equal(captions.pixels(1111), upright))
@@ -219,11 +232,23 @@ def test_the_sample_changes_as_one_chooses(bare_desktop):
 def test_about_shows_a_roll_that_moves_and_a_piece_of_the_picture(bare_desktop):
     window = SettingsWindow(bare_desktop)
     left, top = window.rect()[:2]
+    drawing = Skin((bare_desktop.install / "Velmora2.exe").read_bytes()).looks()[PIECE]
+
+    def piece_on_screen():
+        return bare_desktop.display.shot()[top:, left:][PIECE]
+
     # Before any other window covers it.
-    piece = bare_desktop.display.shot()[top + 94:top + 122, left + 14:left + 168]
+    wait_until("the piece of the picture", lambda: looks_like(piece_on_screen(), drawing),
+               alive=window.run.ended)
+    piece = piece_on_screen()
     about = window.open("about", ABOUT)
+
+    def is_night(roll):
+        return (roll.reshape(-1, 3) == 0).all(axis=1).mean() > 0.5
+
+    wait_until("the night between the stars", lambda: is_night(about.pixels(1011)),
+               alive=window.run.ended)
     first = about.pixels(1011)
-    assert (first.reshape(-1, 3) == 0).all(axis=1).mean() > 0.5, "the night between the stars"
     wait_until("the roll moves", lambda: not numpy.array_equal(about.pixels(1011), first))
     wait_until("the button shows its piece",
                lambda: numpy.array_equal(about.pixels(1012), piece))
@@ -235,6 +260,8 @@ def test_about_shows_a_roll_that_moves_and_a_piece_of_the_picture(bare_desktop):
 # --- Updates ---
 
 def test_a_check_without_a_server_tells_so(bare_desktop):
+    # An address of this machine where nobody listens, whatever the network makes of names.
+    redirect(bare_desktop.install / "Velmora2.exe", b"updates.velmora2.invalid", "127.0.0.83")
     window = SettingsWindow(bare_desktop)
     updates = window.open("updates", UPDATES)
     wait_until("the check's end", lambda: updates.control(OK)["visible"], alive=window.run.ended)

@@ -13,8 +13,6 @@ pytestmark = pytest.mark.display(width=800, height=600)
 DESKTOP_COLOUR = (0, 0, 0)
 OK, CANCEL = (507, 403), (439, 420)
 BARE_PART = (250, 200)
-# Two decoders may round a colour differently.
-ROUNDING = 3
 
 
 class Window:
@@ -41,9 +39,10 @@ class Window:
         return left + point[0], top + point[1]
 
     def click(self, point):
-        """In one go, so that no tooltip comes up before the click: as it goes away again, what lies
-        below is repainted, and a toggle that is painted while it is held flips once more."""
-        self.desktop.display.xdotool("mousemove", *self.place_on_screen(point), "click", 1)
+        """In one go, so that no tooltip comes up: as it goes away again, what lies below is
+        repainted, and a toggle that is painted while it is held flips once more."""
+        self.desktop.display.xdotool("mousemove", *self.place_on_screen(point), "click", 1,
+                                     "mousemove", 0, 0)
 
     def drag(self, start, end):
         """Presses at one point and releases at another, by way of points between."""
@@ -61,14 +60,14 @@ class Window:
         """Waits for these pixels; list and label aren't among them, nor `but_for`."""
         compared = self.pictured & ~covered(skin.MODE_LIST, skin.DELAY_LABEL, *but_for)
         wait_until("the window looks as it should",
-                   lambda: numpy.abs(self.shot() - wanted)[compared].max() <= ROUNDING,
+                   lambda: skin.looks_like(self.shot()[compared], wanted[compared]),
                    alive=self.run.ended)
 
     def label_ink(self):
         """The label's pixels in its own colour."""
         left, top, right, bottom = skin.box_of(skin.DELAY_LABEL)
         distance = numpy.abs(self.shot()[top:bottom, left:right] - skin.LABEL_COLOUR).max(axis=2)
-        return distance <= ROUNDING
+        return distance <= skin.ROUNDING
 
 
 def covered(*places):
@@ -133,7 +132,6 @@ def test_a_click_on_the_words_turns_a_toggle(opened, drawing, name):
     window.wait_until_it_looks_like(drawing.looks())
     place, _ = skin.TOGGLES[name]
     window.click((place[0] + place[2] - 30, place[1] + place[3] // 2))
-    window.desktop.display.move_mouse(0, 0)
     window.wait_until_it_looks_like(drawing.looks(**{name: 1 - skin.DEFAULTS[name]}))
 
 
@@ -142,7 +140,6 @@ def test_ok_stores_what_was_turned_and_ends_the_program(opened, drawing):
     window.wait_until_it_looks_like(drawing.looks())
     for name in ("Animate", "CramImages", "CustomMusic"):
         window.click(skin.centre_of(skin.TOGGLES[name][0]))
-    window.desktop.display.move_mouse(0, 0)
     changed = dict(Animate=0, CramImages=0, CustomMusic=1)
     window.wait_until_it_looks_like(drawing.looks(**changed))
     window.click(OK)

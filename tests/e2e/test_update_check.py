@@ -7,7 +7,7 @@ import pytest
 
 from harness import webserver
 from harness.waiting import wait_until
-from harness.webserver import hang, reply, send
+from harness.webserver import hang, redirect, reply, send
 
 # The deployment value of the build that ships; see docs/building.md.
 HOST = b"updates.velmora2.invalid"
@@ -34,10 +34,7 @@ class Settings:
 
     def __init__(self, desktop, host):
         self.hand = desktop.hand
-        program = desktop.install / "Velmora2.exe"
-        code = program.read_bytes()
-        assert code.count(HOST) == 1, "the build has another host for updates"
-        program.write_bytes(code.replace(HOST, host.encode().ljust(len(HOST), b"\0")))
+        redirect(desktop.install / "Velmora2.exe", HOST, host)
         self.run = desktop.start(program="Velmora2.exe")
         self.window = self.hand.wait_for_box("Velmora 2  v 1.0", alive=self.run.ended)["hwnd"]
 

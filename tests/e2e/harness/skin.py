@@ -35,6 +35,8 @@ OFF_SAMPLE = (499, 314, 20, 15)
 ON_SAMPLE = (499, 334, 20, 15)
 HALF_KNOB = 3.5
 LABEL_COLOUR = (0xF8, 0xF0, 0xD4)
+# Two decoders may round a colour differently.
+ROUNDING = 3
 
 
 def box_of(place):
@@ -55,6 +57,11 @@ def indicator_of(place):
 def knob_position(value, span):
     """Middle of a slider's knob, which can't leave the track."""
     return min(max((span - HALF_KNOB) * value, HALF_KNOB), span - HALF_KNOB)
+
+
+def looks_like(shown, drawn):
+    """Whether these pixels of a screen are those of the drawing."""
+    return numpy.abs(shown.astype(int) - drawn).max() <= ROUNDING
 
 
 class Skin:

@@ -33,6 +33,13 @@ def break_off(connection, _closing):
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
 
+def redirect(program, known, host):
+    """Has a program file know `host` in place of the one that it was built with."""
+    code = program.read_bytes()
+    assert code.count(known) == 1, f"the build knows another host than {known}"
+    program.write_bytes(code.replace(known, host.encode().ljust(len(known), b"\0")))
+
+
 class WebServer:
     """Answers each request by `answer(connection, closing)` and keeps the requests.
 
