@@ -4,6 +4,8 @@ import os
 import pathlib
 import shutil
 import signal
+import socket
+import struct
 import subprocess
 import tempfile
 import time
@@ -47,6 +49,42 @@ def _start_server(command, folder):
     return process, number
 
 
+class _Connection:
+    """A client that asks an X server one thing only. A library would end our process with
+    the server."""
+
+    _HELLO = struct.pack("<BxHHHHxx", ord("l"), 11, 0, 0, 0)  # little-endian, version 11.0
+    _GET_INPUT_FOCUS = struct.pack("<BxH", 43, 1)
+    _REPLY = 1
+
+    def __init__(self, number):
+        self._socket = socket.socket(socket.AF_UNIX)
+        self._socket.connect(f"/tmp/.X11-unix/X{number}")
+        self._socket.sendall(self._HELLO)
+        accepted, words = struct.unpack("<B5xH", self._receive(8))
+        reason = self._receive(4 * words)
+        if accepted != 1:
+            raise RuntimeError(f"the X server refuses us: {reason}")
+
+    def _receive(self, size):
+        data = b""
+        while len(data) < size:
+            piece = self._socket.recv(size - len(data))
+            if not piece:
+                raise RuntimeError("the X server has ended")
+            data += piece
+        return data
+
+    def wait_for_answer(self):
+        """Returns while no other client's request is half done."""
+        self._socket.sendall(self._GET_INPUT_FOCUS)
+        while self._receive(32)[0] != self._REPLY:  # all clients are told of some events
+            pass
+
+    def close(self):
+        self._socket.close()
+
+
 class _Display:
     """What all displays share: the number, the environment, mouse and keys."""
 
@@ -54,11 +92,19 @@ class _Display:
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="velmora-display-"))
         self.process = None
         self.name = None
+        self._connection = None
 
     def environment(self):
         return {**os.environ, "DISPLAY": self.name}
 
+    def finish_request(self):
+        """Waits until the server has done what it was at."""
+        self._connection = self._connection or _Connection(self.name.removeprefix(":"))
+        self._connection.wait_for_answer()
+
     def close(self):
+        if self._connection:
+            self._connection.close()
         if self.process:
             stop_process(self.process)
         shutil.rmtree(self.folder, ignore_errors=True)
@@ -82,11 +128,16 @@ class _Display:
 
 
 def stable_shot(display):
-    """The screen between two drawings of it: two looks at it agree."""
-    shots = [display.shot()]
+    """The screen between two drawings of it: two looks at it agree. A server that lost its
+    core in the middle of a drawing has finished it before each."""
+    def look():
+        display.finish_request()
+        return display.shot()
+
+    shots = [look()]
 
     def agree():
-        shots.append(display.shot())
+        shots.append(look())
         return (shots[-1] == shots[-2]).all()
 
     wait_until("the screen stands still for a moment", agree, step=0)
