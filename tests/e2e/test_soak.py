@@ -19,9 +19,10 @@ SLIDES, STARTS = 24, 2
 # What a slide may leave, one each: memory tells something in long runs only, since a
 # driver's caches fill in the first seconds.
 COUNTED = {"open files", "threads", "handles", "GDI objects", "USER objects of the desktop"}
-# Readings meet loaders at work, each with a thread and four files of its own, and on a
-# slow machine there are half a dozen readings. One thing left by each slide is more.
-AT_WORK = SLIDES // 3
+# Readings meet up to two loaders at work, each with a thread and four files of its own
+# and for a moment the bundle, and on a slow machine there are half a dozen readings. One
+# thing left by each slide makes some fifteen of them between the first and the last.
+AT_WORK = SLIDES // 2
 
 
 def quiet(_):

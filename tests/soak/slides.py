@@ -80,12 +80,12 @@ class Slides:
             self.faults.append(str(late))
             self._run.kill()
         try:
-            wait_until("all files closed", lambda: self._openings.balanced(BUNDLE, LOG))
+            wait_until("all files closed", lambda: self._openings.all_closed(BUNDLE, LOG))
         except TooLate:
-            self.faults.append(f"{BUNDLE} and {LOG} weren't closed as often as opened")
+            self.faults.append(f"{BUNDLE} or {LOG} is still open")
         self.faults += self.readings.growing()
-        self.openings = {name: self._openings.counts(name) for name in (BUNDLE, LOG)}
         self._openings.stop()
+        self.openings = {name: self._openings.counts(name) for name in (BUNDLE, LOG)}
         self.faults += log_faults(self.desktop)
 
 
