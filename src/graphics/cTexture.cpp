@@ -190,6 +190,16 @@ DDPIXELFORMAT FindFormat(const DDPIXELFORMAT& format) {
   return format;
 }
 
+// --- Contents ---
+
+void cTexture::FillBlack() {
+  if (!surface) return;
+  DDBLTFX black{};
+  black.dwSize = sizeof black;
+  surface->Blt(nullptr, nullptr, nullptr, DDBLT_COLORFILL | DDBLT_WAIT, &black);
+  GenerateMipMaps();
+}
+
 // --- Mip chain ---
 
 void cTexture::GenerateMipMaps() {

@@ -41,6 +41,10 @@ class cTexture {
                 std::int32_t mipLevels);
   void Release();
 
+  // Makes all levels black and, where there is alpha, transparent: what a new
+  // surface holds is undefined.
+  void FillBlack();
+
   // Fills the levels below the first, each from the one above it. A device
   // context of the surface must have been released before.
   void GenerateMipMaps();

@@ -70,12 +70,15 @@ void Slideshow::PlaceCaptions() {
   quadBack.Build(captionColumns, captionRows, tilesBack.get());
 }
 
+// Black, for without a font no text is ever copied into them.
 std::unique_ptr<cTexture[]> Slideshow::MakeCaptionTiles() const {
   const auto count = static_cast<std::size_t>(CaptionTileCount());
   auto tiles = std::make_unique<cTexture[]>(count);
-  for (std::size_t n = 0; n < count; ++n)
+  for (std::size_t n = 0; n < count; ++n) {
     tiles[n].Create(captionCanvasWidth / captionColumns, captionCanvasHeight / captionRows,
                     CaptionBits(), 0, mipMap ? kMipLevels : 1);
+    tiles[n].FillBlack();
+  }
   return tiles;
 }
 

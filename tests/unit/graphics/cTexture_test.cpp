@@ -1,5 +1,6 @@
 #include "graphics/cTexture.h"
 
+#include "graphics/LockedSurface.h"
 #include "unit/graphics/GraphicsTest.h"
 #include "support/Bytes.h"
 #include "support/MethodHook.h"
@@ -293,6 +294,35 @@ TEST_F(Texture, GdiDrawsIntoIt) {
                            support::Render(64, 32, support::Quadrants(0, 0xFF00FF, 0, 0xFF00FF))))
         << bits << " bits";
   }
+}
+
+// --- Contents ---
+
+TEST_F(Texture, FilledWithBlackIsAllZeroInAllLevels) {
+  Windowed();
+  for (const int bits : {16, 32}) {
+    cTexture texture;
+    texture.Create(64, 32, bits, 0, 4);
+    for (int steps = 0; steps < 4; ++steps)
+      PaintSurface(MipLevel(texture.GetSurface(), steps).get(), support::Flat(0xFFFFFFFF));
+    texture.FillBlack();
+    for (int steps = 0; steps < 4; ++steps) {
+      const auto level = MipLevel(texture.GetSurface(), steps);
+      const LockedSurface locked(level.get());
+      ASSERT_TRUE(locked);
+      const auto pixels = locked.Pixels();
+      const std::string row(reinterpret_cast<const char*>(pixels.bits),
+                            pixels.width * static_cast<unsigned>(bits) / 8);
+      EXPECT_EQ(row, std::string(row.size(), '\0')) << bits << " bits, level " << steps;
+    }
+  }
+}
+
+TEST_F(Texture, OneWithoutASurfaceHasNothingToFill) {
+  Windowed();
+  cTexture texture;
+  texture.FillBlack();
+  EXPECT_EQ(texture.GetSurface(), nullptr);
 }
 
 // --- Mip chain ---

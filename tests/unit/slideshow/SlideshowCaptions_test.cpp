@@ -303,6 +303,31 @@ TEST_F(ShowCaptions, WithoutAFontTheShowGoesOnWithoutThem) {
   EXPECT_EQ(Brightest(Drawn()), 0xFF);
 }
 
+// What a new surface holds is the card's affair.
+TEST_F(ShowCaptions, WithoutAFontNothingOfWhatTheirTexturesHeldShows) {
+  HOOK_IMPORT(noFont, "gdi32.dll", CreateFontA,
+              [](int, int, int, int, int, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD, DWORD,
+                 LPCSTR) -> HFONT { return nullptr; });
+  int painted = 0;
+  {
+    HOOK_METHOD(create, AnyDDraw(), &IDirectDraw7::CreateSurface,
+                [&](auto real, IDirectDraw7* self, DDSURFACEDESC2* description,
+                    IDirectDrawSurface7** surface, IUnknown* outer) {
+                  const HRESULT result = real(self, description, surface, outer);
+                  if (description->dwWidth != 128) return result;
+                  for (int n = 0; const auto level = graphics_test::MipLevel(*surface, n); ++n) {
+                    graphics_test::PaintSurface(level.get(), support::Flat(0xFFFFFFFF));
+                    ++painted;
+                  }
+                  return result;
+                });
+    Load({DarkSlide("a", "Hill")});
+  }
+  EXPECT_EQ(painted, 14 * 4);
+  FinishOpening();
+  EXPECT_EQ(Brightest(Drawn()), 0);
+}
+
 // --- Whose text ---
 
 TEST_F(ShowCaptions, EachTextIsDrawnWhenItsLoaderStarts) {
