@@ -47,12 +47,6 @@ inline BOOL MoveFileExA(const char* from, const char* to, DWORD) {
 }
 
 constexpr std::size_t MAX_PATH = 260;
-// An empty file under a name of its own.
-inline UINT GetTempFileNameA(const char* folder, const char* prefix, UINT, char* path) {
-  std::snprintf(path, MAX_PATH, "%s/%sXXXXXX", folder, prefix);
-  const int fd = mkstemp(path);
-  return fd != -1 && close(fd) == 0;
-}
 
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(-1);
 BOOL CloseHandle(HANDLE handle);

@@ -338,7 +338,7 @@ TEST_F(PlaylistTest, ASaveThatFailsLeavesNothingBeside) {
 }
 
 TEST_F(PlaylistTest, ASaveTouchesNoFileButItsOwn) {
-  const std::string others[] = {"out.m3u.tmp", "out.tmp", "vel.tmp", "vel0.tmp", "out.m3u.part"};
+  const std::string others[] = {"out.m3u.tmp", "out.tmp", "vel.tmp", "0.vel.tmp", "out.m3u.part"};
   for (const std::string& other : others) Write(other, "other");
   Add(list_, {"C:\\a"});
   for (int times = 0; times < 3; ++times)
@@ -420,10 +420,24 @@ TEST_F(PlaylistTest, ABareNameIsSavedIfItsFullPathHasAtMost259Characters) {
 
 TEST_F(PlaylistTest, AFullPathMayBeAsLong) {
   Add(list_, {"C:\\a"});
-  const std::string here = folder_.MakeFolder(std::string(60, 'f')) + kSlash;
-  const std::string longest = here + std::string(259 - here.size(), 'a');
-  EXPECT_TRUE(list_.Save(longest.c_str(), kPlaylistM3U));
-  EXPECT_TRUE(std::filesystem::exists(longest));
+  // The deeper the folder, the less room beside the list.
+  for (const std::size_t length : {100u, 248u, 258u}) {
+    const std::string name(length - folder_.Path().size() - 2, 'f');
+    const std::string here = folder_.MakeFolder(name) + kSlash;
+    const std::string longest(259 - length, 'a');
+    EXPECT_TRUE(list_.Save((here + longest).c_str(), kPlaylistM3U)) << length;
+    EXPECT_THAT(NamesIn(here), ElementsAre(longest)) << length;
+  }
+}
+
+TEST_F(PlaylistTest, AShortRoomMayBeTakenUpByOthers) {
+  Add(list_, {"C:\\a"});
+  const std::string name(256 - folder_.Path().size(), 'f');
+  folder_.MakeFolder(name);
+  for (const char* other : {"0", "1", "2"}) Write(name + kSlash + other, "other");
+  EXPECT_TRUE(list_.Save(In(name + kSlash + "a").c_str(), kPlaylistM3U));
+  EXPECT_THAT(NamesIn(In(name)), ElementsAre("0", "1", "2", "a"));
+  EXPECT_EQ(BytesOfFile(In(name + kSlash + "0")), "other");
 }
 
 TEST_F(PlaylistTest, ARelativeNameIsLoadedFromTheCurrentFolder) {
