@@ -15,6 +15,11 @@ namespace {
 
 constexpr const char* kPatterns[] = {"*.wav", "*.ogg", "*.wma", "*.asf", "*.mp3", "*.mp2"};
 
+// Links to folders are followed as folders are, and two that lead upwards double
+// the work with each level, up to the longest path there is: a search has an end
+// at many more folders than anybody keeps music in.
+constexpr int kMostFolders = 100'000;
+
 // A listing under way, closed at the end of its scope.
 struct Listing {
   explicit Listing(const std::string& pattern) : handle(_findfirst(pattern.c_str(), &file)) {}
@@ -43,7 +48,10 @@ void AddAll(LinkedList<std::string>& files, Playlist& playlist) {
   playlist.AddEntries(texts.data(), static_cast<std::int32_t>(texts.size()));
 }
 
-bool Search(const std::string& folder, Playlist& playlist) {
+// `foldersLeft` may be looked into yet, this one among them.
+bool Search(const std::string& folder, Playlist& playlist, int& foldersLeft) {
+  if (foldersLeft == 0) return false;
+  --foldersLeft;
   LinkedList<std::string> files;
   for (const char* pattern : kPatterns)
     ForEachFile(folder + "\\" + pattern,
@@ -51,7 +59,7 @@ bool Search(const std::string& folder, Playlist& playlist) {
   bool found = files.Count() != 0;
   ForEachFile(folder + "\\*.*", [&](const _finddata_t& file) {
     if ((file.attrib & _A_SUBDIR) && file.name[0] != '.')
-      found |= Search(folder + "\\" + file.name, playlist);
+      found |= Search(folder + "\\" + file.name, playlist, foldersLeft);
   });
   AddAll(files, playlist);
   return found;
@@ -60,7 +68,8 @@ bool Search(const std::string& folder, Playlist& playlist) {
 }  // namespace
 
 bool SearchFolderForMusic(const char* folder, Playlist& playlist) try {
-  return folder && Search(folder, playlist);
+  int foldersLeft = kMostFolders;
+  return folder && Search(folder, playlist, foldersLeft);
 } catch (const std::bad_alloc&) {
   return false;
 }

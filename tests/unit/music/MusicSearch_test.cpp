@@ -8,7 +8,11 @@
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <io.h>
 #include <shlobj.h>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
 
 using ::testing::ElementsAre;
 
@@ -73,6 +77,38 @@ TEST_F(MusicSearchTest, AFindInASubfolderIsAFind) {
   folder_.MakeFolder("sub");
   Put("sub\\a.wma");
   EXPECT_TRUE(SearchFolderForMusic(folder_.Path().c_str(), list_));
+}
+
+// As with two links to a folder above: each folder holds two more, as deep as a
+// path can be.
+TEST_F(MusicSearchTest, EndsInATreeWithoutEndAndKeepsWhatItHasFound) {
+  int folders = 0;
+  std::vector<const char*> next;  // what each listing gives after its first entry
+  const auto give = [](_finddata_t* entry, const char* name) {
+    entry->attrib = _A_SUBDIR;
+    std::strcpy(entry->name, name);
+  };
+  HOOK_IMPORT(first, "msvcrt.dll", _findfirst,
+              [&](const char* pattern, _finddata_t* entry) -> std::intptr_t {
+                const std::string_view text = pattern;
+                const bool isMusic = text == "C:\\x\\*.mp3";
+                if (!isMusic && (!text.ends_with("*.*") || text.size() >= MAX_PATH)) return -1;
+                if (++folders > 200'000) throw std::runtime_error("there is no end to it");
+                give(entry, isMusic ? "top.mp3" : "a");
+                next.push_back(isMusic ? nullptr : "b");
+                return static_cast<std::intptr_t>(next.size() - 1);
+              });
+  HOOK_IMPORT(second, "msvcrt.dll", _findnext,
+              [&](std::intptr_t listing, _finddata_t* entry) -> int {
+                const char* name = std::exchange(next[static_cast<std::size_t>(listing)], nullptr);
+                if (!name) return -1;
+                give(entry, name);
+                return 0;
+              });
+  HOOK_IMPORT(close, "msvcrt.dll", _findclose, [](std::intptr_t) { return 0; });
+  EXPECT_TRUE(SearchFolderForMusic("C:\\x", list_));
+  EXPECT_THAT(Entries(list_), ElementsAre("C:\\x\\top.mp3"));
+  EXPECT_GT(folders, 10'000);
 }
 
 TEST_F(MusicSearchTest, SearchesTheUsersDocuments) {
