@@ -19,13 +19,20 @@ void CopyName(char (&to)[128], const char (&from)[128]) {
   to[sizeof to - 1] = '\0';
 }
 
-// Where the device's part of the desktop lies. The primary device's begins at
-// the origin, whatever its settings say.
-void ReadPlace(const DISPLAY_DEVICEA& device, ChildMonitor& record) {
-  DEVMODEA mode{};
+// False if the system can't tell, or tells of no size.
+bool ReadMode(const DISPLAY_DEVICEA& device, DEVMODEA& mode) {
   mode.dmSize = sizeof mode;
-  EnumDisplaySettingsA(device.DeviceName, ENUM_CURRENT_SETTINGS, &mode);
+  return EnumDisplaySettingsA(device.DeviceName, ENUM_CURRENT_SETTINGS, &mode) &&
+         mode.dmPelsWidth > 0 && mode.dmPelsHeight > 0;
+}
+
+// Where the device's part of the desktop lies. The primary device's begins at
+// the origin, whatever its settings say. A device whose place isn't known keeps no
+// monitor: its empty rectangle at the origin would be found on the primary one.
+void ReadPlace(const DISPLAY_DEVICEA& device, ChildMonitor& record) {
   record.primary = (device.StateFlags & DISPLAY_DEVICE_PRIMARY_DEVICE) != 0;
+  DEVMODEA mode{};
+  if (!ReadMode(device, mode)) return;
   if (!record.primary) {
     record.left = mode.dmPosition.x;
     record.top = mode.dmPosition.y;
@@ -59,6 +66,16 @@ void ChildWindowSet::ForEachFurtherMonitor(Use use) {
   }
 }
 
+// The same for those of them that have a window: behind one that couldn't be made
+// there are none.
+template <class Use>
+void ChildWindowSet::ForEachWindow(Use use) {
+  ForEachFurtherMonitor([&](ChildMonitor& record) {
+    if (record.window) use(record);
+    return true;
+  });
+}
+
 void ChildWindowSet::EnumerateMonitors() {
   count = 0;
   DISPLAY_DEVICEA device = EmptyDevice();
@@ -84,7 +101,7 @@ HRESULT ChildWindowSet::CreateChildWindows(HWND parent, HINSTANCE instance, cons
 }
 
 void ChildWindowSet::AdjustChildWindows() {
-  ForEachFurtherMonitor([](ChildMonitor& record) {
+  ForEachWindow([](ChildMonitor& record) {
     MONITORINFO info{};
     static_assert(sizeof info == 40);
     info.cbSize = sizeof info;
@@ -96,15 +113,11 @@ void ChildWindowSet::AdjustChildWindows() {
     }
     SetWindowPos(record.window, HWND_TOPMOST, record.left, record.top, record.right - record.left,
                  record.bottom - record.top, SWP_NOACTIVATE);
-    return true;
   });
 }
 
 void ChildWindowSet::ShowChildWindows(int show) {
-  ForEachFurtherMonitor([show](ChildMonitor& record) {
-    ShowWindow(record.window, show);
-    return true;
-  });
+  ForEachWindow([show](const ChildMonitor& record) { ShowWindow(record.window, show); });
 }
 
 // From the second record on: the first is taken to be the primary device.
@@ -118,14 +131,12 @@ void ChildWindowSet::DestroyChildWindows() {
 }
 
 void ChildWindowSet::CopyToMonitors(HDC source, std::int32_t width, std::int32_t height) {
-  ForEachFurtherMonitor([&](ChildMonitor& record) {
-    if (!record.window) return true;
+  ForEachWindow([&](const ChildMonitor& record) {
     const WindowDc window(record.window);
     RECT size{};
     GetWindowRect(record.window, &size);
     SetStretchBltMode(window.get(), HALFTONE);
     StretchBlt(window.get(), 0, 0, size.right - size.left, size.bottom - size.top, source, 0, 0,
                width, height, SRCCOPY);
-    return true;
   });
 }

@@ -11,7 +11,8 @@
 struct ChildMonitor {
   char adapterName[128];
   char monitorName[128];      // of the first monitor on the adapter
-  HMONITOR monitor;           // null if the device isn't part of the desktop
+  HMONITOR monitor;           // null if the device isn't part of the desktop, or nobody
+                              // knows of which part
   std::int32_t left, top, right, bottom;  // its rectangle on the desktop, px
   std::int32_t reserved;      // -1
   HWND window;                // the black window, or null
@@ -48,6 +49,8 @@ class ChildWindowSet {
  private:
   template <class Use>
   void ForEachFurtherMonitor(Use use);
+  template <class Use>
+  void ForEachWindow(Use use);
 
   std::array<ChildMonitor, kMaxMonitors> monitors{};
   std::int32_t count = 0;

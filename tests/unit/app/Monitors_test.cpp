@@ -63,6 +63,7 @@ class Devices {
   }
 
   std::vector<Device> devices;
+  std::set<std::string> withoutSettings;  // names of devices that the system can't tell of
   std::set<DWORD> indicesAsked;
   std::vector<Place> placesAsked;
 
@@ -91,7 +92,7 @@ class Devices {
   BOOL EnumSettings(LPCSTR name, DWORD which, DEVMODEA* mode) const {
     EXPECT_EQ(which, ENUM_CURRENT_SETTINGS);
     const Device* device = Find(name);
-    if (!device) return FALSE;
+    if (!device || withoutSettings.contains(name)) return FALSE;
     mode->dmPosition = {device->x, device->y};
     mode->dmPelsWidth = device->width;
     mode->dmPelsHeight = device->height;
@@ -193,6 +194,34 @@ TEST(Monitors, ADetachedDeviceKeepsARecordWithoutAMonitor) {
     EXPECT_FALSE(set[n].primary);
   }
   EXPECT_STREQ(set[1].adapterName, "Adapter D");
+}
+
+// The system finds an empty rectangle at the origin on the primary monitor, which a
+// window there would cover.
+TEST(Monitors, ADeviceOfUnknownPlaceKeepsARecordWithoutAMonitor) {
+  Devices devices({{"A", kPrimary, 0, 0, 640, 480},
+                   {"B", kAttached, 640, 0, 640, 480},
+                   {"C", kAttached, 1280, 0, 0, 480},
+                   {"D", kAttached, 1280, 0, 640, 0}});
+  devices.withoutSettings = {"B"};
+  ChildWindowSet set;
+  set.EnumerateMonitors();
+  ASSERT_EQ(set.Count(), 4);
+  for (const std::int32_t n : {1, 2, 3}) {
+    EXPECT_EQ(set[n].monitor, nullptr) << n;
+    EXPECT_EQ(PlaceOf(set[n]), (Place{0, 0, 0, 0})) << n;
+    EXPECT_EQ(set[n].reserved, -1) << n;
+  }
+  EXPECT_THAT(devices.placesAsked, ElementsAre(Place{0, 0, 640, 480}));
+}
+
+TEST(Monitors, APrimaryDeviceOfUnknownPlaceIsPrimaryAllTheSame) {
+  Devices devices({{"A", kPrimary, 0, 0, 640, 480}});
+  devices.withoutSettings = {"A"};
+  ChildWindowSet set;
+  set.EnumerateMonitors();
+  EXPECT_TRUE(set[0].primary);
+  EXPECT_EQ(set[0].monitor, nullptr);
 }
 
 std::vector<Device> ManyDevices(std::size_t count) {
@@ -322,6 +351,33 @@ class MonitorWindows : public testing::Test {
   ChildWindowSet set;
 };
 
+struct Move {
+  HWND window, after;
+  Place place;
+  UINT flags;
+};
+
+// Notes the moves of AdjustChildWindows; `present` is where each monitor is by
+// now, and nothing if the system can't tell.
+std::vector<Move> MovesOf(ChildWindowSet& set, std::optional<RECT> present) {
+  std::vector<Move> moves;
+  HOOK_IMPORT(info, "user32.dll", GetMonitorInfoA,
+              [&](HMONITOR monitor, LPMONITORINFO to) -> BOOL {
+                EXPECT_EQ(to->cbSize, 40u);
+                EXPECT_NE(monitor, nullptr);
+                if (present) to->rcMonitor = *present;
+                return present.has_value();
+              });
+  HOOK_IMPORT(move, "user32.dll", SetWindowPos,
+              [&](HWND window, HWND after, int x, int y, int width, int height,
+                  UINT flags) -> BOOL {
+                moves.push_back({window, after, {x, y, x + width, y + height}, flags});
+                return TRUE;
+              });
+  set.AdjustChildWindows();
+  return moves;
+}
+
 TEST_F(MonitorWindows, EachFurtherMonitorIsCoveredByATopmostPopup) {
   Enumerate(ThreeMonitors());
   NotedWindows windows;
@@ -344,6 +400,13 @@ TEST_F(MonitorWindows, EachFurtherMonitorIsCoveredByATopmostPopup) {
   EXPECT_EQ(set[3].window, WindowNumber(2));
 }
 
+TEST_F(MonitorWindows, NoneIsMadeForADeviceOfUnknownPlace) {
+  Enumerate({{"A", kPrimary, 0, 0, 1024, 768}, {"B", kAttached, 0, 0, 0, 0}});
+  NotedWindows windows;
+  EXPECT_EQ(set.CreateChildWindows(parent, instance, "C", "t"), 0);
+  EXPECT_THAT(windows.created, IsEmpty());
+}
+
 TEST_F(MonitorWindows, TheFirstThatCannotBeMadeEndsTheWalk) {
   Enumerate(ManyDevices(5));
   NotedWindows windows(2);
@@ -352,6 +415,11 @@ TEST_F(MonitorWindows, TheFirstThatCannotBeMadeEndsTheWalk) {
   EXPECT_EQ(set[1].window, WindowNumber(1));
   EXPECT_EQ(set[2].window, nullptr);
   EXPECT_EQ(set[3].window, nullptr);
+  const std::vector<Move> moves = MovesOf(set, RECT{1, 2, 3, 4});
+  ASSERT_EQ(moves.size(), 1u);
+  EXPECT_EQ(moves[0].window, WindowNumber(1));
+  set.ShowChildWindows(SW_SHOW);
+  EXPECT_THAT(windows.shown, ElementsAre(std::pair(WindowNumber(1), SW_SHOW)));
 }
 
 TEST_F(MonitorWindows, AllAreShownAndHidden) {
@@ -386,33 +454,6 @@ TEST_F(MonitorWindows, TheFirstRecordsWindowIsNotDestroyed) {
   EXPECT_EQ(set[0].window, WindowNumber(1));
   set.DestroyChildWindows();
   EXPECT_THAT(windows.destroyed, IsEmpty());
-}
-
-struct Move {
-  HWND window, after;
-  Place place;
-  UINT flags;
-};
-
-// Notes the moves of AdjustChildWindows; `present` is where each monitor is by
-// now, and nothing if the system can't tell.
-std::vector<Move> MovesOf(ChildWindowSet& set, std::optional<RECT> present) {
-  std::vector<Move> moves;
-  HOOK_IMPORT(info, "user32.dll", GetMonitorInfoA,
-              [&](HMONITOR monitor, LPMONITORINFO to) -> BOOL {
-                EXPECT_EQ(to->cbSize, 40u);
-                EXPECT_NE(monitor, nullptr);
-                if (present) to->rcMonitor = *present;
-                return present.has_value();
-              });
-  HOOK_IMPORT(move, "user32.dll", SetWindowPos,
-              [&](HWND window, HWND after, int x, int y, int width, int height,
-                  UINT flags) -> BOOL {
-                moves.push_back({window, after, {x, y, x + width, y + height}, flags});
-                return TRUE;
-              });
-  set.AdjustChildWindows();
-  return moves;
 }
 
 TEST_F(MonitorWindows, AreBroughtToTheirMonitorsPresentPlace) {
