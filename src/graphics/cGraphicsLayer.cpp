@@ -284,6 +284,7 @@ void cGraphicsLayer::MakeViewport() {
 }
 
 HRESULT cGraphicsLayer::MakeProjectionMatrix() {
+  if (!device) return -1;
   D3DMATRIX projection{};
   const float heightOverWidth = static_cast<float>(GetHeight()) / static_cast<float>(GetWidth());
   if (!SetPerspective(projection, fieldOfView, heightOverWidth, nearPlane, farPlane)) return -1;

@@ -190,6 +190,19 @@ TEST_F(Device, OfNoKnownKindIsNone) {
   EXPECT_THAT(log.Errors(), ElementsAre("No valid devices were found"));
 }
 
+TEST_F(Device, ThatWasMadeAndIsNotThereIsNone) {
+  ComRef<IDirect3D7> d3d;
+  ASSERT_EQ(AnyDDraw()->QueryInterface(IID_IDirect3D7, d3d.put_void()), DD_OK);
+  HOOK_METHOD(nothing, d3d.get(), &IDirect3D7::CreateDevice,
+              [](auto, IDirect3D7*, const IID&, IDirectDrawSurface7*, IDirect3DDevice7** device) {
+                *device = nullptr;
+                return D3D_OK;
+              });
+  const support::TestLog log;
+  EXPECT_FALSE(Make());
+  EXPECT_THAT(log.Errors(), ElementsAre("Error creating Direct3D"));
+}
+
 // --- Fixed state ---
 
 TEST_F(Device, WithoutALayerThereIsNoState) {
