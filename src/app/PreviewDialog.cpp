@@ -3,6 +3,7 @@
 #include "app/Minimal.h"
 #include "base/win_owned.h"
 #include "settings/Session.h"
+#include "ui/Subclass.h"
 
 #include <array>
 #include <cstddef>
@@ -85,11 +86,11 @@ void WriteItem(TemplateWriter& to, const Item& item) {
 }
 
 // The frame becomes the parent of the saver's window, and as black as the windows
-// of further monitors.
+// of further monitors. The procedure it had stays with it in GWL_USERDATA, where
+// whoever takes the frame over finds it; nobody here does, it goes with the dialog.
 void MakeFrameBlack(HWND frame) {
-  const LONG_PTR former = SetWindowLongPtrA(frame, GWLP_WNDPROC,
-                                            reinterpret_cast<LONG_PTR>(&ChildWindowProc));
-  SetWindowLongPtrA(frame, GWLP_USERDATA, former);
+  const WNDPROC former = ReplaceProc(frame, ChildWindowProc);
+  SetWindowLongPtrA(frame, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(former));
 }
 
 void StartSaver(const char* path, HWND frame) {
