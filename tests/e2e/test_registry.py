@@ -66,7 +66,7 @@ NUMBERS = [name for _, name, _ in SHOWN] + [
 TEXTS = ["MusicVol", "AvgFps", "ImageDelay", "DispModeWidth", "DispModeHeight", "DispModeBits",
          "CaptionFont"]
 REG_NONE, REG_EXPAND_SZ, REG_MULTI_SZ, REG_QWORD, UNKNOWN_TYPE = 0, 2, 7, 11, 4711
-# None of them is a setting's own form.
+# Forms that no setting has, and texts as short and as long as one may be.
 FORMS = [
     (REG_DWORD, b""), (REG_SZ, b""), (REG_DWORD, bytes(3)), (REG_DWORD, b"\1" * 8),
     (REG_BINARY, b"\xff" * 4), (REG_SZ, b"7" * 1023), (REG_SZ, b"\xff" * 5001), (REG_NONE, b"\1"),
@@ -75,7 +75,7 @@ FORMS = [
 
 
 def store_odd_values(hand, shift):
-    """Each value in another form than its own; which one follows from `shift`."""
+    """Each value in one of the odd forms; which one follows from `shift`."""
     places = ([("HKCU", SETTINGS_KEY, name) for name in NUMBERS + TEXTS]
               + [("HKLM", SYSTEM_KEY, name)
                  for name in ("Password Delay", "Mouse Threshold", "Mute Sound")]
@@ -126,9 +126,10 @@ def test_display_mode_is_stored_as_text(desktop, four_pictures):
 
 
 def test_display_mode_of_the_wrong_type_means_no_change(desktop, four_pictures):
-    """As a number its bytes aren't digits, and what isn't a number reads as 0."""
+    """A number isn't a text, so the default stands."""
     desktop.slides(four_pictures)
-    desktop.settings(DispModeWidth=7, DispModeHeight=7, DispModeBits=7)
+    # Taken for texts, their bytes would read "400", "300" and "32".
+    desktop.settings(DispModeWidth=0x303034, DispModeHeight=0x303033, DispModeBits=0x3233)
     run = desktop.start("/s").wait_for_show()
     assert "NO CHANGE" in desktop.log()
     assert run.quit() == 0
