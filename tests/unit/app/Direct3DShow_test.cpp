@@ -6,6 +6,7 @@
 #include "support/AllocationCount.h"
 #include "support/GdiGauge.h"
 #include "support/TestLog.h"
+#include "unit/app/DesktopKeySandbox.h"
 #include "unit/app/Direct3DFixture.h"
 
 #include <gmock/gmock.h>
@@ -201,6 +202,60 @@ TEST_F(Direct3DFrames, EachClearsDrawsWaitsForTheCardAndFlips) {
   Frame(10);
   EXPECT_THAT(steps,
               ElementsAre("clear", "world", "scene", "dc", "no dc", "lock", "unlock", "flip"));
+}
+
+// --- What it can't do without ---
+
+HRESULT NoTexture(HRESULT(STDMETHODCALLTYPE* real)(IDirectDraw7*, DDSURFACEDESC2*,
+                                                   IDirectDrawSurface7**, IUnknown*),
+                  IDirectDraw7* self, DDSURFACEDESC2* description, IDirectDrawSurface7** surface,
+                  IUnknown* outer) {
+  if (description->ddsCaps.dwCaps & DDSCAPS_TEXTURE) return DDERR_OUTOFVIDEOMEMORY;
+  return real(self, description, surface, outer);
+}
+
+TEST_F(Direct3DFrames, CaptionsThatHaveNoSurfacesEndTheSetUpByAnException) {
+  ss->ShowCaptions = 1;
+  HOOK_METHOD(create, AnyDDraw(), &IDirectDraw7::CreateSurface, NoTexture);
+  EXPECT_THROW(initStates(kTestWidth, kTestHeight), cGameError);
+}
+
+// --- The wallpaper ---
+
+class Direct3DWallpaper : public Direct3DFrames {
+ protected:
+  Direct3DWallpaper() { WallpaperPath = temp.File("wall.bmp"); }
+
+  // What the session leaves behind if it ends now.
+  std::uint32_t ColourLeft() {
+    ss->SetAsWallpaper = 1;
+    TakeDown();
+    const auto bitmap = static_cast<HBITMAP>(LoadImageA(
+        nullptr, WallpaperPath.c_str(), IMAGE_BITMAP, 0, 0, LR_LOADFROMFILE | LR_CREATEDIBSECTION));
+    const support::Pixels left = support::ReadBitmap(bitmap);
+    DeleteObject(bitmap);
+    EXPECT_EQ(left.width, kTestWidth);
+    EXPECT_EQ(left.height, kTestHeight);
+    return left.At(kTestWidth / 2, kTestHeight / 2);
+  }
+
+ private:
+  const DesktopKeySandbox desktopKey_;
+};
+
+// The next picture is decoded by then, and the cursor of the list stands on it.
+TEST_F(Direct3DWallpaper, IsThePictureThatShows) {
+  Start();
+  ShowFirstSlide();
+  EXPECT_EQ(ColourLeft(), kTestColours[0]);
+}
+
+TEST_F(Direct3DWallpaper, IsThePictureThatComesOnceItsCrossfadeHasBegun) {
+  Start();
+  ShowFirstSlide();
+  Frame(5000);
+  ASSERT_TRUE(gSlideshow->IsInTransition());
+  EXPECT_EQ(ColourLeft(), kTestColours[1]);
 }
 
 // --- What a frame costs ---
@@ -439,12 +494,7 @@ TEST_F(Direct3DRun, AFixedStateThatCannotBeSetEndsItWithABoxAndACriticalError) {
 
 TEST_F(Direct3DRun, ASurfaceThatCannotBeMadeEndsItWithACriticalError) {
   const support::TestLog log;
-  HOOK_METHOD(create, AnyDDraw(), &IDirectDraw7::CreateSurface,
-              [](auto real, IDirectDraw7* self, DDSURFACEDESC2* description,
-                 IDirectDrawSurface7** surface, IUnknown* outer) {
-                if (description->ddsCaps.dwCaps & DDSCAPS_TEXTURE) return DDERR_OUTOFVIDEOMEMORY;
-                return real(self, description, surface, outer);
-              });
+  HOOK_METHOD(create, AnyDDraw(), &IDirectDraw7::CreateSurface, NoTexture);
   CloseOnceASlideStands();
   DoSaver(nullptr, SW_SHOW);
   EXPECT_THAT(log.Errors(), ElementsAre("Couldn't create surface"));

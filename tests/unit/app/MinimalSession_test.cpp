@@ -235,8 +235,9 @@ TEST_F(Session, AQuitEndsTheLoopAfterTheFrame) {
 
 TEST_F(Session, AQuitDuringTheFirstWipeEndsItBeforeAnyFrame) {
   WriteBundle("g");
-  HOOK_IMPORT(window, "user32.dll", GetCursorPos, [](POINT* to) -> BOOL {
-    PostQuitMessage(0);  // at the window's creation
+  bool windowMade = false;
+  HOOK_IMPORT(window, "user32.dll", GetCursorPos, [&](POINT* to) -> BOOL {
+    if (!std::exchange(windowMade, true)) PostQuitMessage(0);  // at the window's creation
     *to = {};
     return TRUE;
   });
@@ -270,16 +271,55 @@ TEST_F(Session, AKeyInTheQueueEndsIt) {
   EXPECT_THAT(log.Texts(), Contains("Key pressed -- Quitting screensaver"));
 }
 
-TEST_F(Session, AnErrorOfTheGraphicsEndsItInOrder) {
+// What happens within a frame happens as it reads the counter, which is its first act.
+class SessionFrame : public Session {
+ protected:
+  SessionFrame() { mostFrames = 10; }
+
+  // Has `act` happen once, within the fourth frame; `after` is called after that one.
+  void WithinTheFourth(std::function<void()> act, std::function<void()> after = [] {}) {
+    onFrame = [this, act = std::move(act), after = std::move(after)](int frame) {
+      if (frame == 3) atReading_ = act;
+      if (frame == 4) after();
+    };
+  }
+
+ private:
+  std::function<void()> atReading_;
+  support::AnyHook counter_ = ANY_HOOK(
+      "kernel32.dll", QueryPerformanceCounter, [this](LARGE_INTEGER* now) -> BOOL {
+        clock.Advance(0.01);
+        now->QuadPart = static_cast<std::int64_t>(clock.NowMs() * 10000);
+        if (const auto act = std::exchange(atReading_, nullptr)) act();
+        return TRUE;
+      });
+};
+
+TEST_F(SessionFrame, AQuitWithinItEndsTheLoopAfterIt) {
+  WithinTheFourth([] { PostQuitMessage(0); });
+  DoSaver(nullptr, SW_SHOW);
+  EXPECT_EQ(frames, 4);
+  EXPECT_TRUE(Done);
+}
+
+// The wipe takes the quit out of the queue itself, and goes on to its end.
+TEST_F(SessionFrame, AQuitWithinAWipeEndsTheLoopAfterTheWholePicture) {
+  WithinTheFourth(
+      [] {
+        SlideMs = 1000000;
+        PostQuitMessage(0);
+      },
+      [] {
+        EXPECT_TRUE(Done);
+        EXPECT_TRUE(PixelsNear(Screen(), Flat(kTestColours[1])));
+      });
+  DoSaver(nullptr, SW_SHOW);
+  EXPECT_EQ(frames, 4);
+}
+
+TEST_F(SessionFrame, AnErrorOfTheGraphicsEndsTheSessionInOrder) {
   const support::TestLog log;
-  bool failing = false;
-  HOOK_IMPORT(counter, "kernel32.dll", QueryPerformanceCounter, [&](LARGE_INTEGER* now) -> BOOL {
-    clock.Advance(0.01);
-    now->QuadPart = static_cast<std::int64_t>(clock.NowMs() * 10000);
-    if (std::exchange(failing, false)) throw cGameError("The device is gone");
-    return TRUE;
-  });
-  onFrame = [&](int frame) { failing = frame == 3; };
+  WithinTheFourth([] { throw cGameError("The device is gone"); });
   DoSaver(nullptr, SW_SHOW);
   EXPECT_EQ(frames, 4);
   EXPECT_THAT(log.Errors(), ElementsAre("The device is gone"));
@@ -636,12 +676,29 @@ TEST_F(Preview, EndsWithItsParent) {
   EXPECT_EQ(frames, 5);
 }
 
+// What it does to its parent has an effect here, where that is a window of this
+// process.
 TEST_F(Preview, EndsWithAClose) {
+  std::vector<std::pair<HWND, int>> shown;
+  HOOK_IMPORT(show, "user32.dll", ShowWindow, [&](HWND window, int how) -> BOOL {
+    shown.emplace_back(window, how);
+    return REAL_IMPORT("user32.dll", ShowWindow)(window, how);
+  });
   onFrame = [](int frame) {
     if (frame == 2) PostMessageA(hScrWindow, WM_CLOSE, 0, 0);
   };
   DoSaver(parent, SW_SHOW);
   EXPECT_EQ(frames, 2);
+  EXPECT_THAT(shown, Contains(std::pair(parent, SW_HIDE)));
+  EXPECT_FALSE(IsWindow(parent));
+}
+
+TEST_F(Preview, WithoutABundleEndsItsParent) {
+  DeleteFileA(BundlePath.c_str());
+  DoSaver(parent, SW_SHOW);
+  EXPECT_EQ(frames, 0);
+  EXPECT_EQ(ss->CriticalError, 1);
+  EXPECT_FALSE(IsWindow(parent));
 }
 
 TEST_F(Preview, KeysAndMotionDoNothing) {

@@ -1,6 +1,7 @@
 #include "app/Wallpaper.h"
 
 #include "support/TestLog.h"
+#include "unit/app/DesktopKeySandbox.h"
 #include "unit/app/SaverFixture.h"
 
 #include <gmock/gmock.h>
@@ -9,7 +10,6 @@ using testing::ElementsAre;
 
 namespace {
 
-// The desktop's key is a sandbox's instead.
 class WallpaperHandOver : public SaverMachine {
  protected:
   void SetUp() override {
@@ -41,21 +41,11 @@ class WallpaperHandOver : public SaverMachine {
     }
   }
 
-  support::RegistrySandbox desktopKey{HKEY_CURRENT_USER, "Software\\VelmoraTests\\Desktop"};
+  DesktopKeySandbox desktopKey;
   Slideshow show;
 
  private:
   SaverSettings settings_;
-  support::AnyHook redirect_ = ANY_HOOK(
-      "advapi32.dll", RegCreateKeyExA,
-      [](HKEY root, LPCSTR path, DWORD reserved, LPSTR type, DWORD options, REGSAM access,
-         SECURITY_ATTRIBUTES* security, PHKEY key, LPDWORD disposition) -> LSTATUS {
-        const bool redirected =
-            root == HKEY_CURRENT_USER && !lstrcmpiA(path, "Control Panel\\Desktop");
-        return REAL_IMPORT("advapi32.dll", RegCreateKeyExA)(
-            root, redirected ? "Software\\VelmoraTests\\Desktop" : path, reserved, type, options,
-            access, security, key, disposition);
-      });
 };
 
 TEST_F(WallpaperHandOver, CentresAPictureThatIsNotStretched) {
@@ -102,13 +92,18 @@ TEST_F(WallpaperHandOver, TheStyleIsWrittenEvenIfThereIsNoPicture) {
 
 TEST_F(WallpaperHandOver, TheStyleIsWrittenBeforeTheFile) {
   OpenShow();
-  bool styleStood = false;
-  HOOK_IMPORT(told, "user32.dll", SystemParametersInfoA, [&](UINT, UINT, void*, UINT) -> BOOL {
-    styleStood = desktopKey.Text("WallpaperStyle").has_value();
-    return TRUE;
-  });
+  std::vector<std::string> written;
+  HOOK_IMPORT(write, "advapi32.dll", RegSetValueExA,
+              [&](HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYTE* data,
+                  DWORD size) -> LSTATUS {
+                EXPECT_FALSE(FileExists()) << name;
+                written.push_back(name);
+                return REAL_IMPORT("advapi32.dll", RegSetValueExA)(key, name, reserved, type, data,
+                                                                   size);
+              });
   HandOverWallpaper(show);
-  EXPECT_TRUE(styleStood);
+  EXPECT_THAT(written, ElementsAre("TileWallpaper", "WallpaperStyle"));
+  EXPECT_TRUE(FileExists());
 }
 
 }  // namespace
