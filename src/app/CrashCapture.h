@@ -29,7 +29,9 @@ void CatchCrashes();
 // once: whatever crashes on the way out only ends.
 LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS* exceptionPointers);
 
-// Writes MinidumpPath() for the exception of the calling thread, with what
-// DumpType asks for. False if there is no dump: before Windows XP, without
-// dbghelp.dll, or if the file can't be written.
+// The dump alone, for code that has an exception of its own thread in hand: writes
+// MinidumpPath() with what DumpType asks for. The tests of dumps do so; the program goes
+// by UnhandledFilter, whose work may fall to another thread than the crashed one.
+// False if there is no dump: before Windows XP, without dbghelp.dll, or if the file
+// can't be written.
 bool WriteMinidump(EXCEPTION_POINTERS* exceptionPointers);

@@ -95,8 +95,8 @@ constexpr char kCriticalErrorText[] =
     "if you continue to have problems.\n\n"
     "We're sorry for the inconvenience.";
 
-// Gives the user's data folder its place and its open security, for an
-// installer with full rights.
+// Makes the user's data folder, and records it under a key that is opened for all
+// users; for an installer with full rights.
 void PrepareDataFolder() {
   BuildUserDataPath(GetFocus());
   EnsureUserDataFolder();
@@ -166,8 +166,8 @@ void DropRecord() {
   ss = nullptr;
 }
 
-// They stand while a run is under way: a start that finds them set knows that the
-// last run didn't reach its end.
+// They stand in the registry while a run is under way, for whoever looks there after
+// a crash; no start acts on them.
 void RaiseFlags() {
   if (RunMode == RUNMODE_PREVIEW || RunMode == RUNMODE_CONFIG) return;
   SetCrashFlag(1);
@@ -574,8 +574,8 @@ void RunMainLoop() {
   LOG_INFO("Exited main loop.");
 }
 
-// A crash in here shows at the next start: the flag stands meanwhile. A preview's
-// parent is hidden as the black windows are; a saver run has none.
+// The crash flag stands meanwhile, as it did during the set-up. A preview's parent is
+// hidden as the black windows are; a saver run has none.
 void TearDownSession(HWND hparwnd) {
   if (RunMode != RUNMODE_PREVIEW && RunMode != RUNMODE_CONFIG) SetCrashFlag(1);
   LOG_INFO("ReleaseDC(hScrWindow,hDC)");
@@ -684,7 +684,7 @@ bool initStates(int width, int height) {
 
 namespace {
 
-// Without a counter the first reading of the clock may be huge.
+// A machine may stand still between two frames, for longer than can be counted.
 std::int32_t WholeFrameMs() {
   constexpr double kLongestFrameMs = 1e9;
   return static_cast<std::int32_t>(std::min(FrameMs, kLongestFrameMs));

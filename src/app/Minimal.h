@@ -34,17 +34,23 @@ void CloseSaver();
 
 // For a screen of that size, px: opens the bundle, makes the graphics device but in
 // fast mode, builds the show, and in fast mode brings its first picture up. False
-// ends the session with a box.
+// ends the session with a box. Throws cGameError if the captions' surfaces can't be
+// made; nobody catches that, and it ends as a crash.
 bool initStates(int width, int height);
 // One turn of the main loop. Throws cGameError.
 void RenderFrame();
+// Closes the music player and clears PlayMusic: no key steers it from here on.
 void ShutdownSound();
 // Takes down, in order: wallpaper, show, device contexts or graphics, bundle.
 void CleanUp();
 
 // --- Windows ---
 
+// Of the saver window, full-screen or in a preview's frame: the exit rules, and the
+// keys that steer the music.
 LRESULT CALLBACK ScreenSaverProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+// Of the black windows on further monitors, and of the frame that the preview dialog
+// runs a saver in. Motion and keys count as on the saver window, mouse buttons don't.
 LRESULT CALLBACK ChildWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 // Around the password dialog: exit rules are off and the arrow cursor is back.

@@ -29,7 +29,7 @@ void SetTextureStage(IDirect3DDevice7* device) {
   device->SetTextureStageState(0, D3DTSS_MIPFILTER, D3DTFP_LINEAR);
   device->SetTextureStageState(0, D3DTSS_MINFILTER, D3DTFN_LINEAR);
   device->SetTextureStageState(0, D3DTSS_MAGFILTER, D3DTFG_LINEAR);
-  // Once more, since some cards let the magnification filter change it.
+  // Set again after the magnification filter; the order is fixed.
   device->SetTextureStageState(0, D3DTSS_MINFILTER, D3DTFN_LINEAR);
   device->SetTextureStageState(0, D3DTSS_ADDRESS, D3DTADDRESS_CLAMP);
   device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_TEXTURE | D3DTA_ALPHAREPLICATE);

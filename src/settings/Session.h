@@ -21,9 +21,11 @@ enum RunModeValue : std::int32_t {
 
 extern std::int32_t RunMode;        // a RunModeValue
 extern HINSTANCE InstanceHandle;
-extern HWND ParentWindow;           // from the command line, or null
+extern HWND ParentWindow;           // from the command line, the foreground window for
+                                    // `c` alone, or null
 extern std::int32_t DumpType;       // of the command line's /dumpType
-extern std::int32_t OsVersionCode;  // an OsVersionValue
+extern std::int32_t OsVersionCode;  // an OsVersionValue; 0 until the log has started: a
+                                    // crash before that leaves no dump
 
 // Which Windows this is. The order is that of the systems, and a comparison asks
 // for "this one or a later one".

@@ -151,8 +151,8 @@ void WriteFormatted(HKEY key, const char* name, const char* format, Value value)
   RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(buffer.data()), buffer.size());
 }
 
-// Stored with four times the text's length, padded by zero bytes, as every
-// version has; readers stop at the first zero byte.
+// Stored with four times the text's length, the rest zero bytes; readers stop at
+// the first zero byte.
 void WriteFontName(HKEY key, const std::string& font) {
   std::string padded = font;
   padded.resize(4 * font.size());

@@ -79,7 +79,7 @@ struct SaverSettings {
   // stored PlayMusic, read afterwards, turns it on again.
   void ReadGeneralRegistry();
   // Reads the user's values and the machine's. No range is checked here. The
-  // result is the last registry status.
+  // result is the status of the last key opened.
   LONG ReadRegistry();
   // Writes the user's values; the result is a registry status.
   LONG WriteRegistry() const;

@@ -13,8 +13,8 @@ float AverageFps = 100.0f;
 namespace {
 
 constexpr std::int32_t kSampleMs = 250;
-// A machine without a counter starts with a huge frame, and a run may be longer
-// than its milliseconds can be counted.
+// A machine may stand still between two frames, and a run last longer than its
+// milliseconds can be counted.
 constexpr double kLongestMs = 1e9;
 
 std::int32_t Sum(std::int32_t ms, double frameMs) {
