@@ -1,8 +1,5 @@
-// Times the image library: DecodeBench load FILE COUNT, or
-// DecodeBench resize FILE COUNT WIDTH HEIGHT, or
-// DecodeBench tile FILE COUNT (a quarter of a megapixel to a 256 x 256 tile).
-// Prints one time in milliseconds a line. The first turn isn't counted. The
-// script run.py beside this file makes pictures and a table.
+// Times the image library. The first turn isn't counted. The script run.py
+// beside this file makes pictures and a table.
 
 #include "imaging/BTNexgenIPL.h"
 
@@ -17,6 +14,12 @@
 #include <vector>
 
 namespace {
+
+constexpr char kUsage[] =
+    "usage: DecodeBench load FILE COUNT\n"
+    "       DecodeBench resize FILE COUNT WIDTH HEIGHT\n"
+    "       DecodeBench tile FILE COUNT    750 x 500 pixels to a tile of 256 x 256\n"
+    "Prints one time in milliseconds a line.\n";
 
 [[noreturn]] void Fail(const char* what) {
   std::fprintf(stderr, "DecodeBench: %s failed\n", what);
@@ -73,10 +76,18 @@ void TimeTiles(BTCImageObject& image, int count) {
   SelectObject(canvas.get(), former);
 }
 
+bool IsUsage(int argc, char** argv) {
+  const std::string what = argc > 1 ? argv[1] : "";
+  return what == "resize" ? argc == 6 : (what == "load" || what == "tile") && argc == 4;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 4) Fail("reading the arguments");
+  if (!IsUsage(argc, argv)) {
+    std::fputs(kUsage, stderr);
+    return 2;
+  }
   const std::string what = argv[1];
   const std::vector<char> bytes = ReadFileBytes(argv[2]);
   const int count = std::atoi(argv[3]);
@@ -84,7 +95,7 @@ int main(int argc, char** argv) {
   if (what == "load") {
     Time(
         count, [] {}, [&] { Load(image, bytes); });
-  } else if (what == "resize" && argc == 6) {
+  } else if (what == "resize") {
     const int width = std::atoi(argv[4]), height = std::atoi(argv[5]);
     Time(
         count, [&] { Load(image, bytes); },
@@ -92,10 +103,8 @@ int main(int argc, char** argv) {
           if (!image.GetObjectDataPtr()->Resize(width, height, BTResizeFilter_Lanczos))
             Fail("Resize");
         });
-  } else if (what == "tile") {
+  } else {
     Load(image, bytes);
     TimeTiles(image, count);
-  } else {
-    Fail("reading the arguments");
   }
 }

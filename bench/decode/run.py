@@ -62,6 +62,8 @@ def report(exe, name, rounds, *arguments):
 
 
 def main():
+    if len(sys.argv) not in (2, 3):
+        sys.exit(__doc__.strip())
     exe = sys.argv[1]
     rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 5
     with tempfile.TemporaryDirectory() as folder:

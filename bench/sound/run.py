@@ -51,6 +51,8 @@ def theirs(command, path):
 
 
 def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__.strip())
     program = sys.argv[1]
     print(f"| {SECONDS} s as | decoded, ms | and mixed, ms | times real time | tool | tool, ms |")
     print("|---|---|---|---|---|---|")

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """tracks.py TrackBench.exe: what a change of DirectShow tracks is made of.
 
 Records the output of a sound server of its own while the benchmark changes between two
@@ -55,6 +55,8 @@ def measure(program, way, files):
 
 
 def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__.strip())
     print("| renderer | old graph gone | file loaded | rendered | Run is back | heard |")
     print("|---|---|---|---|---|---|")
     with tempfile.TemporaryDirectory() as folder:

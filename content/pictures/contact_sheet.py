@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """contact_sheet.py FOLDER OUT.jpg: all pictures of a folder on one sheet, for the documentation."""
 
 import pathlib
@@ -41,6 +41,8 @@ def make_sheet(pictures):
 
 
 def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__.strip())
     folder, out = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     files = sorted(p for p in folder.iterdir() if p.suffix in (".jpg", ".png"))
     sheet = make_sheet([Image.open(p).convert("RGB") for p in files])
