@@ -14,6 +14,11 @@ namespace {
 
 constexpr std::int32_t kMipLevels = 4;
 
+// A picture that kept its size would be cut into textures larger than the card takes.
+void ResizeOrThrow(BTCImageData& picture, std::int32_t width, std::int32_t height) {
+  if (!picture.Resize(width, height, BTResizeFilter_Lanczos)) throw std::bad_alloc();
+}
+
 }  // namespace
 
 // --- The thread ---
@@ -82,7 +87,7 @@ void CImgLoadThread::PlanTiles() {
   cramHeight = plan.cramHeight;
   if (plan.needsResize) {
     state = kResizingToTiles;
-    picture.Resize(plan.fitWidth, plan.fitHeight, BTResizeFilter_Lanczos);
+    ResizeOrThrow(picture, plan.fitWidth, plan.fitHeight);
   }
   slide->MakeTiles(plan.columns, plan.rows);
   for (std::int32_t n = 0; n < slide->TileCount(); ++n) {
@@ -97,7 +102,7 @@ void CImgLoadThread::ResizeToPowers() {
   const TextureSize size =
       PlanSingleTexture(picture.GetWidth(), picture.GetHeight(), maxTextureSize, roundUp);
   state = kResizingToPowers;
-  picture.Resize(size.width, size.height, BTResizeFilter_Lanczos);
+  ResizeOrThrow(picture, size.width, size.height);
   state = kResized;
 }
 

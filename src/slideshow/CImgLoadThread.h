@@ -107,7 +107,7 @@ class CImgLoadThread final : public cThread {
   bool crammed = false;                 // this picture was over the limit
   bool tiled = false;
   std::int32_t maxTextureSize = 2048;   // px, a texture's side
-  std::int32_t cramSize = 1536;         // px, the picture's side
+  std::int32_t cramSize = 1536;         // px, the picture's side; 0 or below is no limit
   std::int32_t cramWidth = 0;           // the picture after the limit; 0 where not limited
   std::int32_t cramHeight = 0;
   std::int32_t displayBits = 32;

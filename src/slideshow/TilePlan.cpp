@@ -36,7 +36,7 @@ std::int32_t ChooseTileSide(std::int32_t side, std::int32_t largest, std::int32_
 TilePlan PlanTileGrid(std::int32_t width, std::int32_t height, std::int32_t maxTextureSize,
                       bool cramEnabled, std::int32_t cramSize) {
   TilePlan plan;
-  if (cramEnabled && (cramSize < width || cramSize < height)) {
+  if (cramEnabled && cramSize > 0 && (cramSize < width || cramSize < height)) {
     plan.crammed = true;
     width = plan.cramWidth = std::min(width, cramSize);
     height = plan.cramHeight = std::min(height, cramSize);

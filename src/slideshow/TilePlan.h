@@ -33,8 +33,8 @@ struct TilePlan {
 };
 
 // Plans for a decoded picture of `width` by `height`. With `cramEnabled` no
-// side counts as more than `cramSize`. A picture smaller than one tile gets one
-// all the same.
+// side counts as more than `cramSize`; 0 or below, which no dialog offers, is no
+// limit. A picture smaller than one tile gets one all the same.
 TilePlan PlanTileGrid(std::int32_t width, std::int32_t height, std::int32_t maxTextureSize,
                       bool cramEnabled, std::int32_t cramSize);
 

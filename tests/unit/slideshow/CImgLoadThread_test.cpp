@@ -228,10 +228,35 @@ TEST_F(Loader, MemoryThatRunsOutAnywhereIsAPictureThatCannotBeLoaded) {
     loader = MakeLoader(bundle, "a", DimsOf(512, 512));
     const support::FailingNewElsewhere failing(successes++);
     loader->Begin(0);
-    ASSERT_TRUE(support::WaitFor([&] { return !loader->IsRunning(); }));
+    ASSERT_TRUE(EndsDecodedOrFailed(*loader));
   } while (loader->GetError() != 0);
   EXPECT_EQ(loader->GetState(), 8);
   EXPECT_GT(successes, 2);
+}
+
+// A member function: what it is called on is in a register.
+bool WINAPI NoMemoryToResize(int, int, BTResizeFilter) { return false; }
+
+TEST_F(Loader, APictureThatCannotBeFittedToItsTilesIsErrorFour) {
+  const support::ImportHook none("BTNexgenIPL32.dll", "_ZN12BTCImageData6ResizeEii14BTResizeFilter",
+                                 &NoMemoryToResize);
+  bundle.AddBmp("a", 700, 500, Gradient());
+  Load();
+  EXPECT_EQ(loader->GetError(), 4);
+  EXPECT_EQ(loader->GetState(), 5);
+  EXPECT_FALSE(loader->IsDecoded());
+  EXPECT_FALSE(loader->IsRunning());
+}
+
+TEST_F(Loader, APictureThatCannotBeBroughtToPowersOfTwoIsErrorFour) {
+  const support::ImportHook none("BTNexgenIPL32.dll", "_ZN12BTCImageData6ResizeEii14BTResizeFilter",
+                                 &NoMemoryToResize);
+  bundle.AddBmp("a", 300, 200, Gradient());
+  loader = MakeLoader(bundle, "a", DimsOf(300, 200));
+  loader->SetTiled(false);
+  Load();
+  EXPECT_EQ(loader->GetError(), 4);
+  EXPECT_EQ(loader->GetState(), 6);
 }
 
 // --- The thread ---
@@ -273,12 +298,15 @@ TEST_F(Loader, DestructionWaitsForTheDecoding) {
 }
 
 TEST_F(Loader, CanBeginAgain) {
-  bundle.AddBmp("a", 512, 512, Gradient());
+  bundle.AddBmp("a", 512, 512, Gradient()).AddBmp("b", 512, 256, Gradient());
   Load();
-  loader->Begin(7);
-  EXPECT_TRUE(support::WaitFor([&] { return !loader->IsRunning(); }));
-  EXPECT_EQ(loader->GetState(), 8);
   ExpectGrid(2, 2);
+  loader->Setup(bundle.Category(), bundle.File("b"), DimsOf(512, 256));
+  loader->Begin(7);
+  // The state of the first load stays until the second one is under way.
+  ASSERT_TRUE(support::WaitFor([&] { return !loader->IsRunning() && loader->IsDecoded(); }));
+  EXPECT_EQ(loader->GetStartMs(), 7u);
+  ExpectGrid(2, 1);
 }
 
 }  // namespace

@@ -106,6 +106,17 @@ TEST(TileGrid, WithoutTheLimitNothingIsCrammed) {
   EXPECT_EQ(plan.columns, 11);
 }
 
+TEST(TileGrid, ALimitThatIsNoSizeIsNone) {
+  for (const std::int32_t cramSize : {0, -1, -1536}) {
+    const TilePlan plan = PlanTileGrid(3000, 2000, 256, true, cramSize);
+    EXPECT_FALSE(plan.crammed) << cramSize;
+    EXPECT_EQ(plan.columns, 11) << cramSize;
+    EXPECT_EQ(plan.rows, 7) << cramSize;
+    EXPECT_EQ(plan.fitWidth, 2816) << cramSize;
+    EXPECT_EQ(plan.fitHeight, 1792) << cramSize;
+  }
+}
+
 TEST(TileGrid, APictureSmallerThanATileGetsOne) {
   const TilePlan plan = Plan(100, 50);
   EXPECT_EQ(plan.columns, 1);
