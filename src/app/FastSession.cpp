@@ -35,11 +35,13 @@ void StepSlide() {
   if (!list.cursor || !list.Next()) list.First();
 }
 
+std::int32_t SlideCount() { return gSlideshow->GetPlaylist().Count(); }
+
 bool LoadSlideUnderCursor() { return LoadSlideImage(SlideUnderCursor(), FastImage); }
 
 // Steps on until a picture loads; false if all have been tried.
 bool StepToGoodSlide() {
-  const std::int32_t count = gSlideshow->GetPlaylist().Count();
+  const std::int32_t count = SlideCount();
   for (std::int32_t tried = 0; tried < count; ++tried) {
     StepSlide();
     if (LoadSlideUnderCursor()) return true;
@@ -47,13 +49,19 @@ bool StepToGoodSlide() {
   return false;
 }
 
-// Without any good picture the session's end is logged and asked for twice: here,
-// and by GiveUpForWantOfImages once the empty picture has been shown.
-bool FindFirstGoodSlide() {
-  if (LoadSlideUnderCursor() || StepToGoodSlide()) return true;
+// Loads the first good picture and tells how many steps it took. Without one, which
+// takes as many as there are pictures, the session's end is logged and asked for
+// twice: here, and by GiveUpForWantOfImages once the empty picture has been shown.
+std::int32_t FindFirstGoodSlide() {
+  if (LoadSlideUnderCursor()) return 0;
+  const std::int32_t count = SlideCount();
+  for (std::int32_t steps = 1; steps <= count; ++steps) {
+    StepSlide();
+    if (LoadSlideUnderCursor()) return steps;
+  }
   LOG_ERROR(kNoGoodImages);
   CloseSaver();
-  return false;
+  return count;
 }
 
 void GiveUpForWantOfImages() {
@@ -85,16 +93,16 @@ void RepeatOnOtherMonitors() {
 }  // namespace
 
 void StartFastShow(int width, int height) {
-  CreateFastContexts(width, height);
+  // Without its contexts a session draws nothing, but goes on all the same.
+  static_cast<void>(CreateFastContexts(width, height));
   PrepareCaptions();
-  const bool found = FindFirstGoodSlide();
+  const std::int32_t steps = FindFirstGoodSlide();
   ShowPreparedSlide();
   RepeatOnOtherMonitors();
-  // The picture just shown is the last to be tried again, so one is found.
-  if (found)
-    StepToGoodSlide();
-  else
-    GiveUpForWantOfImages();
+  // A picture that failed at first, and loaded after all others had failed, isn't relied
+  // on. Else the picture just shown is the last to be tried again, so one is found unless
+  // the bundle has gone meanwhile.
+  if (steps >= SlideCount() || !StepToGoodSlide()) GiveUpForWantOfImages();
 }
 
 // The picture stands for its delay; then the prepared one comes with a random
