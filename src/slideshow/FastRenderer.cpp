@@ -95,6 +95,7 @@ bool CreateCaptionFont(int quality) {
 
 bool LoadSlideImage(const PlaylistElement* element, BTCImageObject& image) {
   if (!element) return false;
+  gSlideshow->RelieveMemory();
   VFFILE* file = element->file;
   if (!element->category->ReadFile(file)) return false;
   if (image.Load(file->data, file->size, nullptr) == -1) return false;

@@ -3,6 +3,8 @@
 
 #include "slideshow/Slideshow.h"
 
+#include "base/win.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
@@ -12,6 +14,15 @@
 Slideshow* gSlideshow = nullptr;
 
 namespace {
+
+constexpr std::size_t kRoomToWork = 512u << 20;  // bytes; the largest pictures decode into 400 MB
+
+// Whether that much address space is free in one piece. Tried out, since it is what
+// the next picture needs, and not every system knows how much is free.
+bool HasRoomToWork() {
+  void* room = VirtualAlloc(nullptr, kRoomToWork, MEM_RESERVE, PAGE_NOACCESS);
+  return room && VirtualFree(room, 0, MEM_RELEASE);
+}
 
 // The records of a category, decoded in directory order. ReadAll stops at a
 // member that can't be read; the rest is then asked for one by one, so that a
@@ -121,6 +132,15 @@ SlideDims Slideshow::GetDims(std::int32_t index) const {
 
 SlideCaption Slideshow::GetCaption(std::int32_t index) const {
   return RecordAt(captions.get(), captionCount, index);
+}
+
+void Slideshow::RelieveMemory() {
+  if (HasRoomToWork()) return;
+  const VFFILE* showing = ShowingFile();
+  for (std::int32_t index = 0; index < imageCategoryCount; ++index)
+    ForEach(imageCategories[index].files, [showing](VFFILE* file) {
+      if (file != showing) file->FreeData();
+    });
 }
 
 // --- Order ---

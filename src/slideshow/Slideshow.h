@@ -83,6 +83,12 @@ class Slideshow {
   SlideDims GetDimsFor(const VFFILE* file) const { return GetDims(FindDims(file)); }
   SlideCaption GetCaptionFor(const VFFILE* file) const { return GetCaption(FindCaption(file)); }
 
+  // Frees the bytes of all pictures but the showing one, which may become the
+  // wallpaper, if the process has less than 512 MB of address space left in one
+  // piece: a bundle may be larger than what a session can keep of it. They are read
+  // from the disk again when their turn comes. Not while a loader runs.
+  void RelieveMemory();
+
   // --- Order ---
 
   // Builds the list anew in random order. The generator is seeded with the

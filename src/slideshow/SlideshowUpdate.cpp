@@ -49,6 +49,7 @@ CImgLoadThread* Slideshow::ReadyLoader() const {
 // caption drawn.
 void Slideshow::StartLoader(CaptionSlot captionSlot) {
   if (!playlist.cursor) return;
+  RelieveMemory();
   const PlaylistElement& slide = *playlist.Current();
   auto* loader = new CImgLoadThread;
   loaders.AddTail(loader);

@@ -355,7 +355,8 @@ TEST_F(Show, APictureThatLoadsAtItsSecondTryAloneIsNotReliedOn) {
         // The catalogue has been read once there is a list.
         const bool isPicture = gSlideshow && gSlideshow->GetPlaylist().head;
         if (isPicture && ++tries == 1) return -1;
-        return reinterpret_cast<Open>(support::ImportHook::Real("msvcrt.dll", "_open"))(path, flags);
+        void* real = support::ImportHook::Real("msvcrt.dll", "_open");
+        return reinterpret_cast<Open>(real)(path, flags);
       });
   EXPECT_TRUE(Start("g"));
   EXPECT_GE(tries, 2);

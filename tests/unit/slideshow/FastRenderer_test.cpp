@@ -3,6 +3,7 @@
 #include "slideshow/Slideshow.h"
 #include "slideshow/Wipes.h"
 #include "support/BundleWriter.h"
+#include "support/FullAddressSpace.h"
 #include "support/GdiGauge.h"
 #include "support/ImportHook.h"
 #include "support/MovingClock.h"
@@ -217,6 +218,20 @@ TEST_F(GoodPictures, AMemberThatCannotBeReadIsNotGood) {
 }
 
 TEST_F(GoodPictures, NoSlideIsNotGood) { EXPECT_FALSE(LoadSlideImage(nullptr, FastImage)); }
+
+TEST_F(GoodPictures, WithoutRoomToWorkOnlyTheShowingOneAndTheNewOneStayInMemory) {
+  const support::Bytes picture = support::MakeBmp(8, 4, support::Flat(0x3366CC));
+  OpenShow({{"a", picture, 8, 4}, {"b", picture, 8, 4}, {"c", picture, 8, 4}});
+  LinkedList<PlaylistElement*>& list = show->GetPlaylist();
+  const auto full = support::FullAddressSpace();
+  for (list.First();; list.Next()) {
+    ASSERT_TRUE(LoadSlideImage(list.Current(), FastImage));
+    if (list.cursor == list.tail) break;
+  }
+  EXPECT_EQ(list.head->data->file->data, nullptr);
+  EXPECT_NE(list.head->next->data->file->data, nullptr);
+  EXPECT_NE(list.tail->data->file->data, nullptr);
+}
 
 // --- The picture on the canvas ---
 

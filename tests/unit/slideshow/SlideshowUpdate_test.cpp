@@ -1,6 +1,7 @@
 // The course of the show, with real loaders and textures.
 
 #include "graphics/cTexture.h"
+#include "support/FullAddressSpace.h"
 #include "support/MethodHook.h"
 #include "unit/slideshow/LoaderTest.h"
 #include "unit/slideshow/ShowTest.h"
@@ -395,6 +396,36 @@ TEST_F(ShowUpdate, WithNothingButBadPicturesLeftTheSlideStays) {
     show->Update(100);
     ASSERT_NE(show->GetCurrent(), nullptr);
   }
+}
+
+// --- Memory ---
+
+TEST_F(ShowUpdate, ABundleThatIsTooLargeForMemoryIsShownAllTheSame) {
+  LoadThree();
+  int reliefs = 0;
+  const auto full = support::FullAddressSpace([&] {
+    ++reliefs;
+    EXPECT_EQ(show->GetLoader(), nullptr) << "its bytes could go";
+  });
+  FinishOpening();
+  for (const std::uint32_t colour : {0xFF0000u, 0x00FF00u, 0x0000FFu, 0xFF0000u, 0x00FF00u}) {
+    EXPECT_LE(support::ColourDistance(DrawnColour(), colour), 2);
+    int inMemory = 0;
+    for (auto* node = show->GetPlaylist().head; node; node = node->next)
+      inMemory += node->data->file->data != nullptr;
+    EXPECT_EQ(inMemory, 2) << "the picture on the screen and the one that comes";
+    ChangeSlide();
+  }
+  EXPECT_EQ(reliefs, 7);  // one a loader
+}
+
+TEST_F(ShowUpdate, WithRoomToWorkPicturesAreReadOnce) {
+  LoadThree();
+  FinishOpening();
+  ChangeSlide();
+  ChangeSlide();
+  for (auto* node = show->GetPlaylist().head; node; node = node->next)
+    EXPECT_NE(node->data->file->data, nullptr);
 }
 
 // --- Motion ---

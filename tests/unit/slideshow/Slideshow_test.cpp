@@ -1,6 +1,7 @@
 #include "slideshow/Slideshow.h"
 
 #include "support/BundleWriter.h"
+#include "support/FullAddressSpace.h"
 #include "support/ImportHook.h"
 #include "support/TempFolder.h"
 
@@ -193,6 +194,58 @@ TEST_F(Catalog, EachMissingCategoryIsReported) {
     EXPECT_FALSE(broken.LoadBundle(temp.Write("broken.bdl", bundle.Build()).c_str())) << missing;
     EXPECT_THAT(NamesIn(broken), IsEmpty()) << missing;
   }
+}
+
+// --- Memory ---
+
+class Relief : public SlideshowTest {
+ protected:
+  void SetUp() override {
+    show.SetRandomOrder(false);
+    ASSERT_TRUE(Load(Catalogue()));
+    ForEach(show.GetPlaylist(), [](PlaylistElement* slide) { Read(*slide); });
+    show.GetPlaylist().First();
+  }
+  static std::string Read(const PlaylistElement& slide) {
+    const unsigned char* bytes = slide.category->ReadFile(slide.file);
+    return bytes ? std::string(bytes, bytes + slide.file->size) : "";
+  }
+  // The names of the pictures that are in memory.
+  std::vector<std::string> InMemory() {
+    std::vector<std::string> names;
+    for (auto* node = show.GetPlaylist().head; node; node = node->next)
+      if (node->data->file->data) names.push_back(node->data->file->name);
+    return names;
+  }
+};
+
+// All reservations together wouldn't fit: each is given back.
+TEST_F(Relief, WithRoomToWorkAllPicturesStay) {
+  for (int n = 0; n < 20; ++n) show.RelieveMemory();
+  EXPECT_THAT(InMemory(), ElementsAre("a", "b", "c"));
+}
+
+TEST_F(Relief, WithoutRoomThePictureBeforeTheCursorStays) {
+  show.GetPlaylist().Next();
+  show.GetPlaylist().Next();
+  const auto full = support::FullAddressSpace();
+  show.RelieveMemory();
+  EXPECT_THAT(InMemory(), ElementsAre("b"));
+}
+
+TEST_F(Relief, WhatWasFreedIsReadAgain) {
+  const auto full = support::FullAddressSpace();
+  show.RelieveMemory();
+  ASSERT_THAT(InMemory(), ElementsAre("c"));
+  EXPECT_EQ(Read(*show.GetPlaylist().head->data), "A");
+  EXPECT_EQ(Read(*show.GetPlaylist().tail->data), "C");
+}
+
+TEST_F(Relief, AShowWithoutABundleHasNothingToFree) {
+  Slideshow empty;
+  const auto full = support::FullAddressSpace();
+  empty.RelieveMemory();
+  EXPECT_EQ(empty.GetPlaylist().Count(), 0);
 }
 
 // --- Order ---
