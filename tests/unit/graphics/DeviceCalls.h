@@ -5,13 +5,15 @@
 #include "support/MethodHook.h"
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace graphics_test {
 
 // What `action` asks of the device, in order: materials as `describe` puts them,
-// "state TYPE VALUE", "stage TYPE VALUE", and "scene" for the beginning of one.
-// Devices share their methods: any will do.
+// "state TYPE VALUE", "stage TYPE VALUE", and "scene" for the beginning of one. An
+// action that takes the list may add what else it notes. Devices share their methods:
+// any will do.
 template <class Action>
 std::vector<std::string> DeviceCallsOf(IDirect3DDevice7* device,
                                        std::string (*describe)(const D3DMATERIAL7& material),
@@ -41,7 +43,10 @@ std::vector<std::string> DeviceCallsOf(IDirect3DDevice7* device,
                 calls.push_back("scene");
                 return real(self);
               });
-  action();
+  if constexpr (std::is_invocable_v<Action, std::vector<std::string>&>)
+    action(calls);
+  else
+    action();
   return calls;
 }
 

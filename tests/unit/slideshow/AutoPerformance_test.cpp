@@ -7,6 +7,7 @@
 #include "support/BundleWriter.h"
 #include "support/TempFolder.h"
 #include "support/TestPictures.h"
+#include "support/WaitFor.h"
 
 #include <gtest/gtest.h>
 
@@ -49,8 +50,8 @@ class AutoPerformance : public testing::Test {
       return -1;
     show.Update(0);
     const CImgLoadThread* loader = show.GetLoader();
-    while (!loader->IsDecoded() && !loader->GetError()) Sleep(1);
-    const CSlideImage* image = loader->GetSlide();
+    const bool ended = support::WaitFor([&] { return loader->IsDecoded() || loader->GetError(); });
+    const CSlideImage* image = ended ? loader->GetSlide() : nullptr;
     if (!image) return -1;
     const std::int32_t shown = 256 * image->columns;
     return shown < kSide ? shown : kUnlimited;
@@ -140,6 +141,22 @@ TEST_F(AutoPerformance, ADelayOfASecondLeavesTheFirstRowInCharge) {
   At(7000);
   EXPECT_EQ(settings.AutoPerformance, 1);
   EXPECT_EQ(CramSize(), 1536);
+}
+
+// The first two windows are one.
+TEST_F(AutoPerformance, ADelayOfTwoSecondsNeverReachesTheSecondRow) {
+  settings.ImageDelay = 2.0f;
+  At(5001);
+  At(5999);
+  EXPECT_EQ(CramSize(), 1536);
+}
+
+// From 4001 to 4499 ms the second and the third window are one.
+TEST_F(AutoPerformance, ADelayOfHalfASecondLeavesTheSecondRowInCharge) {
+  settings.ImageDelay = 0.5f;
+  At(4200);
+  EXPECT_EQ(settings.AutoPerformance, 1);
+  EXPECT_EQ(CramSize(), 1024);
 }
 
 TEST_F(AutoPerformance, TurnedOffItChangesNothing) {

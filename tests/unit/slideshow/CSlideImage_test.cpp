@@ -250,12 +250,15 @@ TEST(SlideMovement, GrowsOrShrinksAboutTheFocus) {
     CSlideImage slide;
     SetUpSlide(slide, 400, 400, 2, 2);
     slide.size = 2.0f;
-    slide.focus = slide.focus;
     slide.zoomSign = sign;
-    slide.focus = {0, 0, 0};
+    slide.focus = {0.5f, 0.25f, 0};
     slide.Move(0.1f);
-    EXPECT_FLOAT_EQ(BoxOf(slide).Width(), 2.0f * (1 + sign * 0.1f));
-    EXPECT_FLOAT_EQ(BoxOf(slide).Height(), 2.0f * (1 + sign * 0.1f));
+    // Each edge by a tenth of its distance from the focus.
+    const Box box = BoxOf(slide);
+    EXPECT_FLOAT_EQ(box.left, -1 - sign * 0.15f);
+    EXPECT_FLOAT_EQ(box.right, 1 + sign * 0.05f);
+    EXPECT_FLOAT_EQ(box.bottom, -1 - sign * 0.125f);
+    EXPECT_FLOAT_EQ(box.top, 1 + sign * 0.075f);
   }
 }
 

@@ -5,11 +5,17 @@
 #include "settings/Session.h"
 #include "support/MethodHook.h"
 #include "support/TestPictures.h"
+#include "unit/graphics/DeviceCalls.h"
 #include "unit/graphics/GraphicsTest.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
+
+using testing::Contains;
+using testing::ElementsAre;
 
 namespace {
 
@@ -66,6 +72,7 @@ TEST_F(TheDesktopFade, DarkensBySquareOfItsLevel) {
   DesktopFade(0);
   DesktopFade(0);
   DesktopFade(1250);  // shown from the next frame on
+  EXPECT_LE(support::ColourDistance(Left(), 0xC86428), 1);
   DesktopFade(0);
   EXPECT_LE(support::ColourDistance(Left(), Darkened(0xC86428, 0.25)), 2);
   DesktopFade(625);
@@ -109,6 +116,77 @@ TEST_F(TheDesktopFade, IsShownFrameByFrame) {
               });
   for (int frame = 0; frame < 3; ++frame) DesktopFade(10);
   EXPECT_EQ(flips, 3);
+}
+
+// What one frame asks of the device and its surfaces.
+class FadeCalls : public TheDesktopFade {
+ protected:
+  std::vector<std::string> CallsOfFrame(std::int32_t dt) {
+    return graphics_test::DeviceCallsOf(
+        AnyDevice(),
+        [](const D3DMATERIAL7& material) {
+          return "material " + std::to_string(material.ambient.a) + " " +
+                 std::to_string(material.diffuse.a);
+        },
+        [&](std::vector<std::string>& calls) { DrawFrame(dt, calls); });
+  }
+
+ private:
+  void DrawFrame(std::int32_t dt, std::vector<std::string>& calls) {
+    HOOK_METHOD(lock, AnySurface(), &IDirectDrawSurface7::Lock,
+                [&](auto real, IDirectDrawSurface7* self, RECT* rect, DDSURFACEDESC2* description,
+                    DWORD flags, HANDLE event) {
+                  calls.push_back("lock");
+                  return real(self, rect, description, flags, event);
+                });
+    HOOK_METHOD(unlock, AnySurface(), &IDirectDrawSurface7::Unlock,
+                [&](auto real, IDirectDrawSurface7* self, RECT* rect) {
+                  calls.push_back("unlock");
+                  return real(self, rect);
+                });
+    HOOK_METHOD(dc, AnySurface(), &IDirectDrawSurface7::GetDC,
+                [&](auto real, IDirectDrawSurface7* self, HDC* made) {
+                  calls.push_back("dc");
+                  return real(self, made);
+                });
+    HOOK_METHOD(releaseDc, AnySurface(), &IDirectDrawSurface7::ReleaseDC,
+                [&](auto real, IDirectDrawSurface7* self, HDC held) {
+                  calls.push_back("dc given back");
+                  return real(self, held);
+                });
+    HOOK_METHOD(flip, AnySurface(), &IDirectDrawSurface7::Blt,
+                [&](auto real, IDirectDrawSurface7* self, RECT* to, IDirectDrawSurface7* source,
+                    RECT* from, DWORD flags, DDBLTFX* effects) {
+                  calls.push_back("flip");
+                  return real(self, to, source, from, flags, effects);
+                });
+    HOOK_METHOD(clear, AnyDevice(), &IDirect3DDevice7::Clear,
+                [&](auto real, IDirect3DDevice7* self, DWORD count, D3DRECT* rects, DWORD what,
+                    D3DCOLOR colour, D3DVALUE z, DWORD stencil) {
+                  calls.push_back("clear " + std::to_string(colour));
+                  return real(self, count, rects, what, colour, z, stencil);
+                });
+    HOOK_METHOD(texture, AnyDevice(), &IDirect3DDevice7::SetTexture,
+                [&](auto real, IDirect3DDevice7* self, DWORD stage, IDirectDrawSurface7* surface) {
+                  calls.push_back(surface ? "texture" : "no texture");
+                  return real(self, stage, surface);
+                });
+    DesktopFade(dt);
+  }
+};
+
+TEST_F(FadeCalls, AFrameIsDrawnOverTheDesktopAndEndsWithBlendingOff) {
+  EXPECT_THAT(CallsOfFrame(0),
+              ElementsAre("lock", "unlock", "clear 0", "dc", "dc given back",
+                          "material 1.000000 0.000000", "state 27 1", "state 19 5", "state 20 6",
+                          "stage 4 4", "stage 5 0", "scene", "no texture", "state 27 0", "flip"));
+}
+
+TEST_F(FadeCalls, AFramesTimeShowsInTheNextOne) {
+  DesktopFade(0);
+  DesktopFade(0);
+  EXPECT_THAT(CallsOfFrame(1250), Contains("material 1.000000 0.000000"));
+  EXPECT_THAT(CallsOfFrame(0), Contains("material 1.000000 0.500000"));
 }
 
 TEST_F(TheDesktopFade, DrawsOneQuadOverEveryScreen) {
@@ -157,6 +235,8 @@ TEST_F(TheDesktopFade, ALostSurfaceSetsTheFlag) {
 
 TEST_F(TheDesktopFade, WithoutACopyItStillEndsInBlack) {
   DeleteDesktopCopy();
+  gGraphicsLayer->Clear(true, false, 0xFFFFFF, 1.0f);
+  ASSERT_EQ(Left(), 0xFFFFFFu);
   EXPECT_FALSE(DesktopFade(0));
   EXPECT_EQ(Left(), 0u);
 }

@@ -119,6 +119,14 @@ TEST_F(ShowUpdate, TheFirstSlideFadesUpInTwoSeconds) {
   EXPECT_EQ(show->GetTransitionClock(), 0);
 }
 
+TEST_F(ShowUpdate, TheOpeningEndsAsBrightAsItsLastFrameWasLong) {
+  LoadThree();
+  ShowFirstSlide();
+  show->Update(2100);
+  EXPECT_FALSE(show->IsOpening());
+  EXPECT_FLOAT_EQ(show->GetColour()[0], 1.05f);
+}
+
 TEST_F(ShowUpdate, TheDelayBeginsWhenTheFirstSlideIsUp) {
   LoadThree();
   FinishOpening();
@@ -298,12 +306,43 @@ TEST_F(ShowUpdate, AFadeChangesThePictureOnce) {
   LoadThree();
   show->SetCrossfade(false);
   FinishOpening();
-  show->Update(kDelayMs);
+  StartTransition();
   show->Update(2000);
   ASSERT_TRUE(WaitForLoader());
   const CSlideImage* second = show->GetCurrent();
   show->Update(700);
+  ASSERT_TRUE(show->IsInTransition());
   EXPECT_EQ(show->GetCurrent(), second);
+  show->Update(1299);
+  ASSERT_TRUE(show->IsInTransition());
+  EXPECT_EQ(show->GetCurrent(), second);
+}
+
+TEST_F(ShowUpdate, AFadeStartsAsFarOnAsTheFrameWasLate) {
+  LoadThree();
+  show->SetCrossfade(false);
+  FinishOpening();
+  show->Update(kDelayMs - show->GetDisplayClock() + 500);
+  ASSERT_TRUE(show->IsInTransition());
+  EXPECT_EQ(show->GetTransitionClock(), 500);
+  EXPECT_FLOAT_EQ(show->GetColour()[0], 0.75f);
+}
+
+// The way back from black doesn't stop at full brightness, and the picture changes
+// without any darkness.
+TEST_F(ShowUpdate, AFadeMoreThanFourSecondsLateIsOverInOneFrame) {
+  LoadThree();
+  show->SetCrossfade(false);
+  FinishOpening();
+  const CSlideImage* first = show->GetCurrent();
+  show->Update(kDelayMs - show->GetDisplayClock() + 5000);
+  ASSERT_TRUE(show->IsInTransition());
+  EXPECT_FLOAT_EQ(show->GetColour()[0], 1.5f);
+  EXPECT_EQ(show->GetCurrent(), first);
+  show->Update(10);
+  EXPECT_FALSE(show->IsInTransition());
+  ASSERT_NE(show->GetCurrent(), nullptr);
+  EXPECT_NE(show->GetCurrent(), first);
 }
 
 TEST_F(ShowUpdate, AFadeWithoutAnimationStillRunsOnTheBrightness) {
@@ -355,6 +394,12 @@ TEST_F(ShowUpdate, EachRoundOfARandomOrderShowsEveryPicture) {
   show->SetRandomOrder(true);
   show->SetShufflePasses(50);
   LoadThree();
+  // The cursor is a picture ahead: each round's last change wraps, and shuffles anew.
+  int shuffles = 0;
+  HOOK_IMPORT(seed, "msvcrt.dll", srand, [&](unsigned value) {
+    ++shuffles;
+    REAL_IMPORT("msvcrt.dll", srand)(value);
+  });
   FinishOpening();
   for (int round = 0; round < 3; ++round) {
     std::vector<std::uint32_t> seen;
@@ -368,6 +413,7 @@ TEST_F(ShowUpdate, EachRoundOfARandomOrderShowsEveryPicture) {
     std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, (std::vector<std::uint32_t>{0x0000FF, 0x00FF00, 0xFF0000}))
         << "round " << round;
+    EXPECT_EQ(shuffles, round + 1);
   }
 }
 
