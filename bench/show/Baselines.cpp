@@ -1,5 +1,6 @@
 #include "show/Baselines.h"
 
+#include "graphics/FixedPipeline.h"
 #include "graphics/LockedSurface.h"
 #include "graphics/Matrix.h"
 #include "graphics/cGraphicsLayer.h"
@@ -48,11 +49,7 @@ void DrawBareFrame(const CSlideImage& current, const CSlideImage* next, float bl
   DrawQuads(device, current);
   if (next) {
     SetMaterial(device, blend);
-    device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
-    device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
-    device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
-    device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-    device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+    BlendByMaterial(device);
     DrawQuads(device, *next);
   }
   device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, FALSE);

@@ -55,3 +55,11 @@ void SetWorldBeforeEye(cGraphicsLayer& layer) {
   SetTranslation(world, 0, 0, kWorldDistance);
   layer.SetWorldMatrix(world);
 }
+
+void BlendByMaterial(IDirect3DDevice7* device) {
+  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
+  device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
+  device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
+  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
+  device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+}

@@ -4,6 +4,8 @@
 // the eye. Ambient light is full white, so the material alone sets how bright a
 // picture is: that is how the fades work, with no light and no vertex colours.
 
+#include "graphics/DirectX7.h"
+
 #include <cstdint>
 
 class cGraphicsLayer;
@@ -14,3 +16,6 @@ void SetFixedPipeline(cGraphicsLayer& layer, std::int32_t width, std::int32_t he
 
 // Sets the world: where pictures lie, 2 units in front of the eye, and not moved.
 void SetWorldBeforeEye(cGraphicsLayer& layer);
+
+// Has quads laid over what is there by the material's alpha.
+void BlendByMaterial(IDirect3DDevice7* device);

@@ -22,7 +22,7 @@ bool SlideHasStood(double slide, double delaySeconds) {
 
 }  // namespace
 
-// The windows may overlap if the delay is short: the earlier one counts.
+// The windows may overlap if the delay is short: the first of the three that fits counts.
 void AdjustQuality(SaverSettings& settings, Slideshow& show) {
   if (!settings.AutoPerformance || settings.FastMode) return;
   const double delay = settings.ImageDelay;

@@ -51,7 +51,9 @@ struct SlideTile {
   SlideCorner corners[4] = {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 1}, {0, 0, 0, 1, 1}, {0, 0, 0, 1, 0}};
   std::uint16_t indices[6] = {0, 1, 2, 0, 2, 3};
   cTexture* texture = nullptr;   // owned by the slide, unless it disclaims them; null until made
-  std::int32_t pixelWidth = 0;   // what the tile shows of the decoded picture, px
+  // Of a picture over the limit: the tile's part of it, px; else the whole picture's
+  // size, which nothing reads.
+  std::int32_t pixelWidth = 0;
   std::int32_t pixelHeight = 0;
 };
 

@@ -24,8 +24,12 @@ struct FadeVertex {
 };
 static_assert(sizeof(FadeVertex) == 36);
 
-FadeVertex quad[4];
-WORD quadIndices[6];
+// Over the whole screen. The material makes it black, whatever its vertices say.
+FadeVertex quad[4] = {{-kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 1},
+                      {-kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 0},
+                      {kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 0},
+                      {kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 1}};
+WORD quadIndices[6] = {0, 1, 2, 0, 2, 3};
 std::int32_t accumulated = 0;  // ms
 float level = 0;               // 0 the desktop, 1 black
 int calls = 0;
@@ -40,16 +44,12 @@ void DrawDesktop() {
   BitBlt(dc.get(), 0, 0, ScreenWidth, ScreenHeight, DesktopCopyDC, 0, 0, SRCCOPY);
 }
 
-void SetBlending(IDirect3DDevice7* device) {
+void SetBlackness(IDirect3DDevice7* device) {
   D3DMATERIAL7 black{};
   black.diffuse.a = level;
   black.ambient.a = 1.0f;
   device->SetMaterial(&black);
-  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
-  device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
-  device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
-  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-  device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+  BlendByMaterial(device);
 }
 
 void DrawBlackness(IDirect3DDevice7* device) {
@@ -62,15 +62,7 @@ void DrawBlackness(IDirect3DDevice7* device) {
 
 }  // namespace
 
-// The material makes the quad black, whatever its vertices say.
 void PrepareDesktopFade() {
-  const FadeVertex corners[4] = {{-kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 1},
-                                 {-kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 0, 0},
-                                 {kReach, -kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 0},
-                                 {kReach, kReach, 0, 0, 0, 1, 0xFFFFFF, 1, 1}};
-  const WORD indices[6] = {0, 1, 2, 0, 2, 3};
-  for (int n = 0; n < 4; ++n) quad[n] = corners[n];
-  for (int n = 0; n < 6; ++n) quadIndices[n] = indices[n];
   accumulated = 0;
   level = 0;
   calls = 0;
@@ -93,7 +85,7 @@ bool DesktopFade(std::int32_t dt) {
   }
   DrawDesktop();
   IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
-  SetBlending(device);
+  SetBlackness(device);
   DrawBlackness(device);
   device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, FALSE);
   gGraphicsLayer->Flip(false);

@@ -5,7 +5,8 @@
 // only.
 //
 // Slideshow.cpp has the catalogue and the order, SlideshowUpdate.cpp the course
-// of the show, SlideshowDraw.cpp its drawing, SlideshowCaptions.cpp the captions.
+// of the show, SlideshowDraw.cpp its drawing, SlideshowCaptions.cpp the captions,
+// SlideshowWallpaper.cpp the hand-over of the last picture to the desktop.
 
 #include "base/LinkedList.h"
 #include "base/Timers.h"
@@ -42,22 +43,23 @@ class Slideshow {
   void SetCrossfade(bool value) { crossfade = value; }
   void SetMipMap(bool value) { mipMap = value; }
   void SetShowCaptions(bool value) { showCaptions = value; }
-  void SetCaptionQuality(std::int32_t value) { captionQuality = value; }
+  void SetCaptionQuality(std::int32_t value) { captionQuality = value; }  // as CreateFontA takes it
   void SetCaptionFontName(const std::string& value) { captionFontName = value; }
-  void SetCaptionFontSize(std::int32_t value) { captionFontSize = value; }
+  void SetCaptionFontSize(std::int32_t px) { captionFontSize = px; }  // negative
   void SetCaptionBold(bool value) { captionBold = value; }
   void SetCaptionItalic(bool value) { captionItalic = value; }
+  // 0 left, 1 centred, 2 right
   void SetCaptionOrientation(std::int32_t value) { captionOrientation = value; }
   void SetShufflePasses(std::int32_t value) { shufflePasses = value; }
   void SetRandomOrder(bool value) { randomOrder = value; }
   void SetImageDelay(std::int32_t ms) { imageDelay = ms; }
   void SetEdges(float top, float bottom) { topEdge = top, bottomEdge = bottom; }  // world units
   void SetMaxTextureSize(std::int32_t px) { maxTextureSize = px; }
-  void SetDisplayBits(std::int32_t bits) { displayBits = bits; }
+  void SetDisplayBits(std::int32_t bits) { displayBits = bits; }  // 16 or 32
   void SetTileTextures(bool value) { tileTextures = value; }
   void SetCramImages(bool value) { cramImages = value; }
   void SetCramSize(std::int32_t px) { cramSize = px; }
-  void SetZoomRate(float value) { zoomRate = value; }
+  void SetZoomRate(float value) { zoomRate = value; }  // share of the distance in 20 ms
   void SetRoundUp(bool value) { roundUp = value; }
 
   // --- Catalogue ---

@@ -2,6 +2,7 @@
 // ambient colour, since the light is full white; how far the next slide has
 // come through is the material's alpha.
 
+#include "graphics/FixedPipeline.h"
 #include "graphics/cGraphicsLayer.h"
 #include "slideshow/Slideshow.h"
 
@@ -45,13 +46,8 @@ float Slideshow::CurrentCaptionAlpha() const {
 }
 
 void Slideshow::DrawNext() {
-  IDirect3DDevice7* device = gGraphicsLayer->GetDevice();
   SetMaterial(colour, colour, blend);
-  device->SetRenderState(D3DRENDERSTATE_ALPHABLENDENABLE, TRUE);
-  device->SetRenderState(D3DRENDERSTATE_SRCBLEND, D3DBLEND_SRCALPHA);
-  device->SetRenderState(D3DRENDERSTATE_DESTBLEND, D3DBLEND_INVSRCALPHA);
-  device->SetTextureStageState(0, D3DTSS_ALPHAOP, D3DTOP_MODULATE);
-  device->SetTextureStageState(0, D3DTSS_ALPHAARG1, D3DTA_DIFFUSE);
+  BlendByMaterial(gGraphicsLayer->GetDevice());
   next->Draw();
   DrawCaption(CaptionSlot::Back, FourthPower(blend));
 }
