@@ -7,7 +7,6 @@ few of them show all twelve.
 """
 
 import dataclasses
-import itertools
 import time
 
 import numpy
@@ -214,9 +213,8 @@ def recordings(studio):
 def record_start(desktop, standing, wipes, sessions):
     """One start of the saver: records the wipes that are still missing.
 
-    What isn't of the foretold wipe isn't kept, nor what follows: the start was seeded with
-    another second, or a slow machine missed the old picture. A wipe that is wrong is never
-    kept.
+    What isn't of the foretold wipe isn't kept: the start was seeded with another second, or
+    a slow machine missed the old picture. A wipe that is wrong is never kept.
     """
     missing = set(range(1, 13)) - set(wipes)
     second = best_start(missing)
@@ -229,11 +227,10 @@ def record_start(desktop, standing, wipes, sessions):
         old, new = standing if len(recorded) % 2 == 0 else standing[::-1]
         recorded.append(record_wipe(run, old, new))
     run.quit()
-    of_their_effect = itertools.takewhile(lambda pair: pair[1].is_of(pair[0]),
-                                          zip(effects, recorded))
-    for turn, (effect, recording) in enumerate(of_their_effect, 1):
-        wipes[effect] = recording
-        sessions.append(Session(effects[:turn], recording.seconds))
+    for turn, (effect, recording) in enumerate(zip(effects, recorded), 1):
+        if recording.is_of(effect):
+            wipes[effect] = recording
+            sessions.append(Session(effects[:turn], recording.seconds))
 
 
 def record_wipe(run, old, new):
