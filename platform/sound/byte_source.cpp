@@ -1,14 +1,18 @@
 #include "sound/byte_source.h"
 
-#include "base/StdFile.h"
+#include <fcntl.h>
+#include <io.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
 namespace sound {
 
 namespace {
+
+constexpr std::size_t kMostReadAtOnce = 1 << 30;
 
 // What all sources share: a position within a known size.
 class SizedSource : public ByteSource {
@@ -53,19 +57,36 @@ class MemorySource final : public SizedSource {
   const char* data_;
 };
 
+// A descriptor, not a stream of the run time: a process that ends waits for the
+// locks of its streams, and one whose read doesn't come back would keep its own.
+class Descriptor {
+ public:
+  explicit Descriptor(const char* name) : fd_(_open(name, _O_RDONLY | _O_BINARY)) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
+  ~Descriptor() {
+    if (fd_ >= 0) _close(fd_);
+  }
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
 class FileSource final : public SizedSource {
  public:
-  FileSource(StdFile file, std::int64_t size) : SizedSource(size), file_(std::move(file)) {}
+  FileSource(Descriptor file, std::int64_t size) : SizedSource(size), file_(std::move(file)) {}
 
  private:
   std::size_t ReadHere(void* to, std::size_t size) override {
-    if (at_ != Tell() && fseeko64(file_.get(), Tell(), SEEK_SET) != 0) return 0;
-    const std::size_t got = std::fread(to, 1, size, file_.get());
-    at_ = Tell() + static_cast<std::int64_t>(got);
-    return got;
+    if (at_ != Tell() && _lseeki64(file_.get(), Tell(), SEEK_SET) < 0) return 0;
+    const auto wanted = static_cast<unsigned>(std::min<std::size_t>(size, kMostReadAtOnce));
+    const int got = std::max(_read(file_.get(), to, wanted), 0);
+    at_ = Tell() + got;
+    return static_cast<std::size_t>(got);
   }
 
-  StdFile file_;
+  Descriptor file_;
   std::int64_t at_ = -1;  // of the file itself
 };
 
@@ -90,9 +111,9 @@ std::unique_ptr<ByteSource> OpenMemory(const void* data, std::size_t size) {
 }
 
 std::unique_ptr<ByteSource> OpenFile(const char* name) {
-  StdFile file(std::fopen(name, "rb"));
-  if (!file || fseeko64(file.get(), 0, SEEK_END) != 0) return nullptr;
-  const std::int64_t size = ftello64(file.get());
+  Descriptor file(name);
+  if (file.get() < 0) return nullptr;
+  const std::int64_t size = _lseeki64(file.get(), 0, SEEK_END);
   if (size < 0) return nullptr;
   return std::make_unique<FileSource>(std::move(file), size);
 }

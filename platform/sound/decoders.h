@@ -40,6 +40,9 @@ class Decoder {
   virtual bool Decode(AudioBlock& block) = 0;
   // Back to the start.
   virtual bool Rewind() = 0;
+  // Whether Decode would give silence for some of the next `ms` because the sound
+  // isn't there yet.
+  virtual bool IsLate(int) const { return false; }
 };
 
 // Tells the format by the first bytes. Null if it is unknown or damaged beyond

@@ -3,6 +3,7 @@
 
 #include "sound/fmod.h"
 
+#include "sound/read_ahead.h"
 #include "sound/sound_system.h"
 
 #include <exception>
@@ -128,6 +129,7 @@ FSOUND_STREAM* FSOUND_Stream_Open(const char* nameOrData, unsigned mode, int off
   return WithOutput<FSOUND_STREAM*>(nullptr, [&](SoundSystem& system) -> FSOUND_STREAM* {
     auto source = OpenSource(nameOrData, mode, offset, length);
     auto decoder = source ? sound::OpenDecoder(std::move(source)) : nullptr;
+    if (decoder && !(mode & FSOUND_LOADMEMORY)) decoder = sound::ReadAhead(std::move(decoder));
     return decoder ? system.OpenStream(std::move(decoder)) : nullptr;
   });
 }

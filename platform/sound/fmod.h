@@ -10,7 +10,9 @@
 // The order of calls: FSOUND_SetBufferSize, FSOUND_SetDriver, FSOUND_SetOutput,
 // then FSOUND_Init; streams; FSOUND_Close. All functions may be called from any
 // thread at any time. A stream or channel that doesn't exist (any more) makes a
-// function fail and does no harm.
+// function fail and does no harm. Only FSOUND_Stream_Open waits for a file: one
+// that stops answering while it plays falls silent until it answers again, and
+// stays open for as long after its stream was closed.
 
 #ifdef FMOD_BUILD
 #define F_API __declspec(dllexport)

@@ -64,12 +64,17 @@ bool Mixer::HasRunningVoices() const {
                      [](const Channel& c) { return c.voice && !c.paused; });
 }
 
+bool Mixer::IsLate(std::size_t frames) const {
+  return std::any_of(channels_.begin(), channels_.end(), [&](const Channel& c) {
+    return c.IsSounding() && c.voice->IsLate(frames);
+  });
+}
+
 std::size_t Mixer::Mix(std::int16_t* to, std::size_t frames) {
   std::fill_n(sum_.begin(), 2 * frames, 0.0f);
   std::size_t mixed = 0;
   for (Channel& channel : channels_)
-    if (channel.voice && !channel.paused && channel.endFrame < 0)
-      mixed = std::max(mixed, Add(channel, frames));
+    if (channel.IsSounding()) mixed = std::max(mixed, Add(channel, frames));
   std::transform(sum_.begin(), sum_.begin() + static_cast<std::ptrdiff_t>(2 * mixed), to, ToS16);
   mixedFrames_ += static_cast<std::int64_t>(mixed);
   return mixed;

@@ -38,6 +38,8 @@ class Mixer {
   bool HasVoices() const;
   bool HasRunningVoices() const;
 
+  // Whether Mix would have silence in place of a sound that isn't there yet.
+  bool IsLate(std::size_t frames) const;
   // Mixes up to `frames` frames of two channels into `to`; fewer if all voices
   // end before. A voice that ended stays on its channel.
   std::size_t Mix(std::int16_t* to, std::size_t frames);
@@ -53,6 +55,8 @@ class Mixer {
     int pan = -1;
     bool paused = false;
     std::int64_t endFrame = -1;  // where the voice ended; -1 while it goes on
+
+    bool IsSounding() const { return voice && !paused && endFrame < 0; }
   };
   Channel& At(int channel) { return channels_[static_cast<std::size_t>(channel)]; }
   const Channel& At(int channel) const { return channels_[static_cast<std::size_t>(channel)]; }

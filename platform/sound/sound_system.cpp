@@ -55,10 +55,11 @@ bool SoundSystem::Start() {
 }
 
 void SoundSystem::Shutdown() {
+  Streams closed;  // goes without the lock: it may have to wait for files
   std::unique_lock guard(lock_);
   closing_ = true;
   for (const auto& [handle, stream] : streams_) mixer_.Stop(*stream.voice);
-  streams_.clear();
+  closed.swap(streams_);
   ended_.clear();
   output_.Reset();
   output_.Wake();
@@ -146,12 +147,13 @@ bool SoundSystem::StopStream(FSOUND_STREAM* handle) {
 }
 
 bool SoundSystem::CloseStream(FSOUND_STREAM* handle) {
+  Streams::node_type closed;  // goes without the lock: it may have to wait for a file
   const std::lock_guard guard(lock_);
   const auto found = streams_.find(handle);
   if (found == streams_.end()) return false;
   TakeOff(found->second);
   ForgetEnds(handle);
-  streams_.erase(found);
+  closed = streams_.extract(found);
   return true;
 }
 
@@ -195,6 +197,8 @@ void SoundSystem::FillOutput() {
   while (mixer_.HasRunningVoices()) {
     std::int16_t* block = output_.FreeBlock();
     if (!block) return;
+    // A sound that isn't there yet has time while there is still some to be heard.
+    if (mixer_.IsLate(output_.BlockFrames()) && output_.HasBlocksUnderWay()) return;
     const std::size_t frames = mixer_.Mix(block, output_.BlockFrames());
     if (frames == 0) return;
     output_.Send(frames);

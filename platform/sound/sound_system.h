@@ -1,7 +1,8 @@
 #pragma once
 // One run of the output, from FSOUND_Init to FSOUND_Close: its streams, the
 // thread that mixes and the thread that tells of ends. Any thread may call
-// any function; one lock guards all state. Callbacks run without it. Memory that
+// any function; one lock guards all state. Callbacks run without it, and no file
+// is read with it: what may take long reads ahead (read_ahead.h). Memory that
 // runs out while something plays ends that sound and nothing else.
 
 #include "sound/fmod.h"

@@ -8,6 +8,12 @@
 
 namespace sound {
 
+namespace {
+
+constexpr int kResamplingMs = 50;  // more than a resampler looks ahead
+
+}  // namespace
+
 Voice::Voice(std::unique_ptr<Decoder> decoder, int rate)
     : decoder_(std::move(decoder)), rate_(rate) {}
 
@@ -26,6 +32,12 @@ std::size_t Voice::Read(float* stereo, std::size_t frames) {
     wanted -= size;
   }
   return frames - wanted / 2;
+}
+
+bool Voice::IsLate(std::size_t frames) const {
+  if (ready_.size() - taken_ >= 2 * frames) return false;
+  const auto wanted = static_cast<std::int64_t>(frames) * 1000 / rate_ + kResamplingMs;
+  return decoder_->IsLate(static_cast<int>(wanted));
 }
 
 // A sound for which memory runs out ends there.

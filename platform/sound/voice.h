@@ -21,6 +21,9 @@ class Voice {
   // Writes up to `frames` frames, left and right side by side; fewer only at
   // the end. Doesn't throw.
   std::size_t Read(float* stereo, std::size_t frames);
+  // Whether Read would give silence for some of so many frames because the sound
+  // isn't there yet.
+  bool IsLate(std::size_t frames) const;
   bool Rewind();
 
  private:

@@ -43,6 +43,7 @@ class WaveOutput {
   // left to a driver and there is no memory for another now.
   std::int16_t* FreeBlock();
   std::size_t BlockFrames() const { return blockFrames_; }
+  bool HasBlocksUnderWay() const { return underWay_ > 0; }
   // Sends the block that FreeBlock gave, with up to BlockFrames() frames.
   void Send(std::size_t frames);
 

@@ -4,8 +4,10 @@
 #include "sound/decoders.h"
 
 #include "SoundHelpers.h"
+#include "sound/read_ahead.h"
 #include "sound/voice.h"
 #include "support/GuardedBytes.h"
+#include "support/WaitFor.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -68,6 +70,20 @@ TEST_P(EncodedSound, PlaysFromAFileAsFromMemory) {
   const auto fromFile = sound::OpenDecoder(sound::OpenFile(path.c_str()));
   ASSERT_TRUE(fromFile);
   EXPECT_EQ(DecodeAll(*fromFile), DecodeAll(*fromMemory));
+}
+
+TEST_P(EncodedSound, IsTheSameReadAhead) {
+  const std::string path = std::string(ENCODED_SOUNDS) + "/" + GetParam().name;
+  const Bytes file = ReadSound(GetParam().name);
+  const auto ahead = sound::ReadAhead(sound::OpenDecoder(sound::OpenFile(path.c_str())));
+  ASSERT_TRUE(ahead);
+  std::vector<float> all;
+  sound::AudioBlock block;
+  do {
+    all.insert(all.end(), block.samples.begin(), block.samples.end());
+    ASSERT_TRUE(support::WaitFor([&] { return !ahead->IsLate(1); }));
+  } while (ahead->Decode(block));
+  EXPECT_EQ(all, DecodeAll(*Open(file)));
 }
 
 TEST_P(EncodedSound, RewindsAfterItsEnd) {

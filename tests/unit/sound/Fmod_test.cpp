@@ -2,6 +2,7 @@
 
 #include "FakeWaveOut.h"
 #include "SoundHelpers.h"
+#include "base/win_owned.h"
 #include "support/FailingNew.h"
 #include "support/ImportHook.h"
 #include "support/TempFolder.h"
@@ -9,6 +10,7 @@
 
 #include <objbase.h>
 
+#include <io.h>
 #include <process.h>
 
 #include <atomic>
@@ -581,6 +583,132 @@ TEST_F(FmodTest, MemoryThatRunsOutEndsASoundAndNothingElse) {
   }
   EXPECT_GT(successes, 2);
   EXPECT_FALSE(device_.IsOpen());
+}
+
+// --- A file that stops coming ---
+
+// A network that stops answering: other threads' reads of files come to a stand
+// while it is down. None stands longer than a test may wait.
+class Network {
+ public:
+  ~Network() { Fail(false); }
+  void Fail(bool fails) {
+    if (fails)
+      ResetEvent(up_.get());
+    else
+      SetEvent(up_.get());
+  }
+  bool IsWaitedFor() const { return waiting_ > 0; }
+  bool WasWaitedForInVain() const { return inVain_; }
+
+ private:
+  static constexpr std::chrono::milliseconds kLimit = support::kWaitLimit;
+
+  const DWORD testThread_ = GetCurrentThreadId();
+  const KernelHandle up_{CreateEventA(nullptr, TRUE, TRUE, nullptr)};
+  std::atomic<int> waiting_{0};
+  std::atomic<bool> inVain_{false};
+  const support::AnyHook read_ =
+      ANY_HOOK("msvcrt.dll", _read, [this](int file, void* to, unsigned size) -> int {
+        ++waiting_;
+        if (GetCurrentThreadId() != testThread_ &&
+            WaitForSingleObject(up_.get(), static_cast<DWORD>(kLimit.count())) != WAIT_OBJECT_0)
+          inVain_ = true;
+        --waiting_;
+        return REAL_IMPORT("msvcrt.dll", _read)(file, to, size);
+      });
+};
+
+class LateFile : public FmodTest {
+ protected:
+  void SetUp() override {
+    FmodTest::SetUp();
+    stream_ = FSOUND_Stream_Open(path_.c_str(), kFileMode, 0, 0);
+    ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream_), 0);
+  }
+  ~LateFile() override {
+    network_.Fail(false);
+    FSOUND_Close();
+    EXPECT_TRUE(WaitFor([&] { return !network_.IsWaitedFor(); }));
+  }
+  // Plays what is ready, until silence stands in for the rest.
+  bool PlayIntoSilence() {
+    network_.Fail(true);
+    return PlayUntil([&] {
+      return network_.IsWaitedFor() && !device_.Heard().empty() && device_.Heard().back() == 0;
+    });
+  }
+
+  const support::TempFolder folder_;
+  // A minute of one value.
+  const std::string path_ = folder_.Write(
+      "long.wav", MakeWave({}, Samples16(std::vector<int>(2 * 44'100 * 60, 1000))));
+  Network network_;
+  FSOUND_STREAM* stream_ = nullptr;
+};
+
+TEST_F(LateFile, GoesOnWhenItComesAgain) {
+  ASSERT_TRUE(PlayIntoSilence());
+  network_.Fail(false);
+  EXPECT_TRUE(PlayUntil([&] { return device_.Heard().back() == 1000; }));
+  EXPECT_EQ(ends_.calls, 0);
+}
+
+TEST_F(LateFile, IsWaitedForWhileThereIsSoundToBeHeard) {
+  constexpr std::size_t some = 5000;  // frames
+  ASSERT_TRUE(WaitForFullQueue());
+  network_.Fail(true);
+  ASSERT_TRUE(WaitFor([&] {
+    if (device_.QueuedFrames() >= some) device_.PlayBlock();
+    return network_.IsWaitedFor() && device_.QueuedFrames() < some;
+  }));
+  network_.Fail(false);
+  ASSERT_TRUE(WaitForFullQueue());
+  while (device_.QueuedFrames() >= some) ASSERT_TRUE(device_.PlayBlock());
+  EXPECT_THAT(device_.Heard(), ::testing::Each(1000));
+}
+
+TEST_F(LateFile, HoldsNothingUp) {
+  ASSERT_TRUE(PlayIntoSilence());
+  EXPECT_TRUE(FSOUND_SetPaused(0, true));
+  EXPECT_TRUE(FSOUND_SetPaused(0, false));
+  EXPECT_TRUE(FSOUND_Stream_Stop(stream_));
+  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream_), 0);
+  EXPECT_TRUE(FSOUND_Stream_Close(stream_));
+  const Bytes other = CountingWave(3000);
+  const std::size_t before = device_.Heard().size();
+  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(other)), 0);
+  EXPECT_TRUE(PlayFrames(before / 2 + 3000));
+  EXPECT_TRUE(network_.IsWaitedFor());
+  EXPECT_FALSE(network_.WasWaitedForInVain());
+}
+
+TEST_F(LateFile, DoesNotHoldCloseUp) {
+  ASSERT_TRUE(PlayIntoSilence());
+  FSOUND_Close();
+  EXPECT_FALSE(device_.IsOpen());
+  ASSERT_TRUE(Start());
+  const Bytes other = CountingWave(3000);
+  const std::size_t before = device_.Heard().size();
+  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(other)), 0);
+  EXPECT_TRUE(PlayFrames(before / 2 + 3000));
+  EXPECT_TRUE(network_.IsWaitedFor());
+  EXPECT_FALSE(network_.WasWaitedForInVain());
+}
+
+// Faster than it is heard elsewhere, so that the thread that reads is often late.
+TEST_F(FmodTest, AFileLosesNothing) {
+  const support::TempFolder folder;
+  const std::string path = folder.Write("counting.wav", CountingWave(29'999, 1));
+  FSOUND_STREAM* stream = FSOUND_Stream_Open(path.c_str(), kFileMode, 0, 0);
+  FSOUND_Stream_SetEndCallback(stream, EndRecorder::OnEnd, &ends_);
+  ASSERT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream), 0);
+  ASSERT_TRUE(PlayUntil([&] { return ends_.calls == 1; }));
+  std::vector<std::int16_t> heard = device_.Heard();
+  std::erase(heard, std::int16_t{0});
+  ASSERT_EQ(heard.size(), 2u * 29'999);
+  for (int i = 0; i < 29'999; ++i) ASSERT_EQ(heard[static_cast<std::size_t>(2 * i)], i + 1);
+  FSOUND_Stream_Close(stream);
 }
 
 // --- Close ---

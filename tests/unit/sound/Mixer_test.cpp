@@ -152,6 +152,33 @@ TEST(Mixer, AVoicesOwnChannelIsFreeForIt) {
   EXPECT_FALSE(mixer.IsFreeFor(*two, 0));
 }
 
+// A sound of 100 frames, of which the rest of some milliseconds isn't there yet.
+class LateDecoder final : public sound::Decoder {
+ public:
+  bool Decode(sound::AudioBlock& block) override {
+    block = StereoBlock(std::vector<float>(200, 0.5f));
+    return true;
+  }
+  bool Rewind() override { return true; }
+  bool IsLate(int ms) const override { return ms > 1; }
+};
+
+TEST(Mixer, IsLateIfAVoiceThatSoundsIs) {
+  sound::Voice late(std::make_unique<LateDecoder>(), 44100);
+  const auto one = VoiceOf({0, 0});
+  sound::Mixer mixer(2, kMostFrames);
+  mixer.Play(0, *one);
+  EXPECT_FALSE(mixer.IsLate(10));
+  mixer.Play(1, late);
+  EXPECT_TRUE(mixer.IsLate(10));
+  mixer.SetPaused(1, true);
+  EXPECT_FALSE(mixer.IsLate(10));
+  mixer.SetPaused(1, false);
+  ASSERT_TRUE(late.HasSound());
+  EXPECT_FALSE(mixer.IsLate(100));
+  EXPECT_TRUE(mixer.IsLate(101));
+}
+
 TEST(Mixer, PlayEndsAPauseOfTheChannel) {
   const auto voice = VoiceOf({0.5f, 0.5f});
   sound::Mixer mixer(1, kMostFrames);
