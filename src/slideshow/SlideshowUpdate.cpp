@@ -6,7 +6,8 @@
 //                                                       +------------+
 //
 // At any time up to two slides exist as textures, and but for the time of a
-// crossfade one loader works on the one after them. The list's cursor stands on the picture that is loaded next.
+// crossfade one loader works on the one after them. The list's cursor stands on
+// the picture that is loaded next.
 
 #include "slideshow/CImgLoadThread.h"
 #include "slideshow/Slideshow.h"

@@ -61,7 +61,8 @@ def expected_run(desktop, fast, wallpaper):
 
 def without_variables(line):
     """What depends on the machine becomes "..."."""
-    return re.sub(r"^(DeviceName|Driver version|Freq|Average FPS|Video card|Max texture size): .*", r"\1: ...", line)
+    return re.sub(r"^(DeviceName|Driver version|Freq|Average FPS|Video card|Max texture size): .*",
+                  r"\1: ...", line)
 
 
 @pytest.mark.parametrize("fast, wallpaper", [(1, 0), (1, 1), (0, 1)])

@@ -117,7 +117,8 @@ def test_random_order_is_a_shuffle_that_repeats_each_round(desktop):
     assert sequence[5:] == sequence[:5], "the second round is as the first"
 
 
-@pytest.mark.parametrize("damage", [b"", b"this is no picture", b"\xff\xd8\xff\xe0", b"BM" + bytes(60)],
+@pytest.mark.parametrize("damage",
+                         [b"", b"this is no picture", b"\xff\xd8\xff\xe0", b"BM" + bytes(60)],
                          ids=["empty", "text", "JPEG head only", "BMP of zeros"])
 @pytest.mark.display(width=320, height=240)
 def test_broken_picture_is_passed_over(desktop, damage):

@@ -275,7 +275,7 @@ def test_a_check_without_a_server_tells_so(bare_desktop):
 # --- Speed-up tips ---
 
 def leave_tips(desktop, button):
-    """A slow saver's settings window, whose tips are left by `button` and which is then cancelled."""
+    """A slow saver's settings window, whose tips are left by `button`; it is cancelled then."""
     desktop.settings(AvgFps="9.900000")
     run = desktop.start(program="Velmora2.exe")
     tips = Dialog(run, TIPS)

@@ -126,7 +126,8 @@ def test_every_setting_shows_at_its_place(opened, drawing):
     window.wait_until_it_looks_like(drawing.looks(**inverted_toggles(), ImageDelay=30, MusicVol=0))
 
 
-@pytest.mark.parametrize("name", [n for n in skin.TOGGLES if n not in ("SetAsWallpaper", "FastMode")])
+@pytest.mark.parametrize("name", [n for n in skin.TOGGLES
+                                  if n not in ("SetAsWallpaper", "FastMode")])
 def test_a_click_on_the_words_turns_a_toggle(opened, drawing, name):
     window = opened()
     window.wait_until_it_looks_like(drawing.looks())

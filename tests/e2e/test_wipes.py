@@ -169,7 +169,7 @@ class Session:
 
 
 def seconds_until_whole(effect):
-    """When the new picture may stand whole: torn blocks run ahead of a wipe's edge and cover all."""
+    """When the new picture may stand whole: torn blocks run ahead of the edge and cover all."""
     extent = {5: W, 6: H}.get(effect)
     return WIPE_SECONDS * max(0, extent - RAGGED_REACH) / extent if extent else WIPE_SECONDS
 

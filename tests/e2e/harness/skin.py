@@ -25,7 +25,8 @@ TOGGLES = {
     "ShuffleMusic": ((391, 185, 146, 15), 1), "FastMode": ((14, 295, 102, 34), 1),
 }
 DEFAULTS = dict(SetAsWallpaper=0, RandomOrder=1, Animate=1, Crossfade=1, CramImages=1, PlayMusic=1,
-                DefaultMusic=1, CustomMusic=0, ShuffleMusic=1, FastMode=0, ImageDelay=10, MusicVol=255)
+                DefaultMusic=1, CustomMusic=0, ShuffleMusic=1, FastMode=0, ImageDelay=10,
+                MusicVol=255)
 DELAY_SLIDER = (367, 245, 108, 17)
 DELAY_LABEL = (477, 245, 42, 17)
 VOLUME_SLIDER = (601, 94, 18, 108)
