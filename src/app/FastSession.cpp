@@ -39,14 +39,15 @@ std::int32_t SlideCount() { return gSlideshow->GetPlaylist().Count(); }
 
 bool LoadSlideUnderCursor() { return LoadSlideImage(SlideUnderCursor(), FastImage); }
 
-// Steps on until a picture loads; false if all have been tried.
-bool StepToGoodSlide() {
+// Steps on until a picture loads, and tells how many steps it took; 0 if all have been
+// tried.
+std::int32_t StepToGoodSlide() {
   const std::int32_t count = SlideCount();
-  for (std::int32_t tried = 0; tried < count; ++tried) {
+  for (std::int32_t steps = 1; steps <= count; ++steps) {
     StepSlide();
-    if (LoadSlideUnderCursor()) return true;
+    if (LoadSlideUnderCursor()) return steps;
   }
-  return false;
+  return 0;
 }
 
 // Loads the first good picture and tells how many steps it took. Without one, which
@@ -54,14 +55,10 @@ bool StepToGoodSlide() {
 // twice: here, and by GiveUpForWantOfImages once the empty picture has been shown.
 std::int32_t FindFirstGoodSlide() {
   if (LoadSlideUnderCursor()) return 0;
-  const std::int32_t count = SlideCount();
-  for (std::int32_t steps = 1; steps <= count; ++steps) {
-    StepSlide();
-    if (LoadSlideUnderCursor()) return steps;
-  }
+  if (const std::int32_t steps = StepToGoodSlide()) return steps;
   LOG_ERROR(kNoGoodImages);
   CloseSaver();
-  return count;
+  return SlideCount();
 }
 
 void GiveUpForWantOfImages() {

@@ -631,6 +631,15 @@ class LateFile : public FmodTest {
     FSOUND_Close();
     EXPECT_TRUE(WaitFor([&] { return !network_.IsWaitedFor(); }));
   }
+  // While the file is still waited for.
+  void ExpectAnotherSoundPlays() {
+    const Bytes other = CountingWave(3000);
+    const std::size_t before = device_.Heard().size();
+    EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(other)), 0);
+    EXPECT_TRUE(PlayFrames(before / 2 + 3000));
+    EXPECT_TRUE(network_.IsWaitedFor());
+    EXPECT_FALSE(network_.WasWaitedForInVain());
+  }
   // Plays what is ready, until silence stands in for the rest.
   bool PlayIntoSilence() {
     network_.Fail(true);
@@ -675,12 +684,7 @@ TEST_F(LateFile, HoldsNothingUp) {
   EXPECT_TRUE(FSOUND_Stream_Stop(stream_));
   EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, stream_), 0);
   EXPECT_TRUE(FSOUND_Stream_Close(stream_));
-  const Bytes other = CountingWave(3000);
-  const std::size_t before = device_.Heard().size();
-  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(other)), 0);
-  EXPECT_TRUE(PlayFrames(before / 2 + 3000));
-  EXPECT_TRUE(network_.IsWaitedFor());
-  EXPECT_FALSE(network_.WasWaitedForInVain());
+  ExpectAnotherSoundPlays();
 }
 
 TEST_F(LateFile, DoesNotHoldCloseUp) {
@@ -688,12 +692,7 @@ TEST_F(LateFile, DoesNotHoldCloseUp) {
   FSOUND_Close();
   EXPECT_FALSE(device_.IsOpen());
   ASSERT_TRUE(Start());
-  const Bytes other = CountingWave(3000);
-  const std::size_t before = device_.Heard().size();
-  EXPECT_EQ(FSOUND_Stream_Play(FSOUND_FREE, OpenInMemory(other)), 0);
-  EXPECT_TRUE(PlayFrames(before / 2 + 3000));
-  EXPECT_TRUE(network_.IsWaitedFor());
-  EXPECT_FALSE(network_.WasWaitedForInVain());
+  ExpectAnotherSoundPlays();
 }
 
 // Faster than it is heard elsewhere, so that the thread that reads is often late.
