@@ -1,26 +1,21 @@
 #!/usr/bin/env python3
 """make_icon.py DRAWING.svg ICON.ico: the drawing in the sizes that Windows shows icons in."""
 
-import io
-import subprocess
+import pathlib
 import sys
 
-from PIL import Image
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+
+from drawing import rendered
 
 # Classic sizes as bitmaps, which every Windows reads; a larger one would be PNG.
 SIZES = (16, 24, 32, 48)
 
 
-def pixels(drawing, size):
-    """Rendered at its size: shapes keep sharper than in a picture made smaller."""
-    png = subprocess.run(["rsvg-convert", "--width", str(size), "--height", str(size), drawing],
-                         stdout=subprocess.PIPE, check=True).stdout
-    return Image.open(io.BytesIO(png)).convert("RGBA")
-
-
 def main():
-    drawing, icon = sys.argv[1:]
-    pictures = [pixels(drawing, size) for size in SIZES]
+    drawing, icon = map(pathlib.Path, sys.argv[1:])
+    # Each rendered at its size: shapes keep sharper than in a picture made smaller.
+    pictures = [rendered(drawing, "--width", str(s), "--height", str(s)) for s in SIZES]
     pictures[-1].save(icon, "ICO", bitmap_format="bmp", sizes=[p.size for p in pictures],
                       append_images=pictures[:-1])
 

@@ -10,6 +10,8 @@ import struct
 import sys
 import xml.etree.ElementTree as ElementTree
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+
 from drawing import pixels
 
 SVG = "{http://www.w3.org/2000/svg}"

@@ -15,9 +15,11 @@ import sys
 
 from PIL import Image
 
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent))
+
 from drawing import pixels
 
-HERE = pathlib.Path(__file__).resolve().parent
 FONT = "Lato"
 
 # Left, top, width, height in the window.
